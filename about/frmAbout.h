@@ -1,0 +1,17 @@
+#pragma once
+#include "shell/StationState.h"
+
+#include <QDialog>
+
+namespace station {
+
+class frmAbout : public QDialog {
+    Q_OBJECT
+public:
+    frmAbout(StationState& state, QWidget* parent = nullptr);
+
+private:
+    StationState& m_state;
+};
+
+} // namespace station

@@ -1,0 +1,17 @@
+#pragma once
+#include "shell/StationState.h"
+
+#include <QDialog>
+
+namespace station {
+
+class frmHelpdesk : public QDialog {
+    Q_OBJECT
+public:
+    frmHelpdesk(StationState& state, QWidget* parent = nullptr);
+
+private:
+    StationState& m_state;
+};
+
+} // namespace station

@@ -1,0 +1,36 @@
+#pragma once
+#include "platform/Browser.h"
+#include "platform/Clock.h"
+#include "platform/Dialogs.h"
+#include "platform/HttpClient.h"
+#include "platform/NetworkAdapters.h"
+#include "platform/SingleInstance.h"
+#include "platform/Yield.h"
+
+#include <chrono>
+#include <memory>
+#include <string>
+
+class QWidget;
+
+namespace station {
+
+/// Bounds of every HTTP transfer.
+struct HttpTimeouts {
+    std::chrono::milliseconds connect{10'000};
+    std::chrono::milliseconds total{60'000};
+    /// Extra trusted CA bundle (PEM); empty uses the system's store. Verification stays on.
+    std::string caFile;
+};
+
+// Factories of the real adapters of this platform (chosen at build time).
+std::unique_ptr<HttpClient> makeHttpClient(HttpTimeouts timeouts = {});
+std::unique_ptr<NetworkAdapters> makeNetworkAdapters();
+/// `name` tells programs apart; one guard per user session.
+std::unique_ptr<SingleInstance> makeSingleInstance(const std::string& name);
+std::unique_ptr<Browser> makeBrowser();
+std::unique_ptr<Dialogs> makeDialogs(const std::string& applicationTitle);
+std::unique_ptr<Yield> makeYield();
+std::unique_ptr<Clock> makeClock();
+
+} // namespace station

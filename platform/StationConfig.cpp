@@ -1,0 +1,41 @@
+#include "platform/StationConfig.h"
+
+#include "BuildConfig.h"
+
+#include <charconv>
+#include <cstdlib>
+
+namespace station {
+
+StationConfig StationConfig::resolve(const Lookup& lookup) {
+    auto pick = [&](const char* name, const char* builtIn) {
+        auto value = lookup(name);
+        return value ? *value : std::string(builtIn);
+    };
+    StationConfig c;
+    c.serviceUrl = pick("STATION_SERVICE_URL", build::serviceUrl);
+    c.reportsUrl = pick("STATION_REPORTS_URL", build::reportsUrl);
+    c.updateUrl = pick("STATION_UPDATE_URL", build::updateUrl);
+    c.ftpHost = pick("STATION_FTP_HOST", build::ftpHost);
+    c.backofficeHost = pick("STATION_BACKOFFICE_HOST", build::backofficeHost);
+    c.serverList = pick("STATION_SERVER_LIST", build::serverList);
+    c.codec = pick("STATION_CODEC", build::codec);
+    if (auto tick = lookup("STATION_TICK_MS")) {
+        int ms = 0;
+        auto [end, ec] = std::from_chars(tick->data(), tick->data() + tick->size(), ms);
+        // A rig value that is not a positive number keeps the real interval.
+        if (ec == std::errc() && end == tick->data() + tick->size() && ms > 0)
+            c.tickMs = ms;
+    }
+    return c;
+}
+
+StationConfig StationConfig::fromEnvironment() {
+    return resolve([](const char* name) -> std::optional<std::string> {
+        if (const char* v = std::getenv(name))
+            return std::string(v);
+        return std::nullopt;
+    });
+}
+
+} // namespace station

@@ -1,0 +1,27 @@
+#pragma once
+#include <functional>
+#include <optional>
+#include <string>
+
+namespace station {
+
+/// Host names and rig settings: build-time values, each overridable by the environment
+/// variable of the same name.
+struct StationConfig {
+    std::string serviceUrl;     ///< STATION_SERVICE_URL, path /terminal2secure.asp
+    std::string reportsUrl;     ///< STATION_REPORTS_URL, path ends in /Reports/
+    std::string updateUrl;      ///< STATION_UPDATE_URL, path /rdp
+    std::string ftpHost;        ///< STATION_FTP_HOST
+    std::string backofficeHost; ///< STATION_BACKOFFICE_HOST (port 8300)
+    std::string serverList;     ///< STATION_SERVER_LIST, comma-separated store host addresses
+    std::string codec;          ///< STATION_CODEC, shared library of the codec; empty = identity
+    int tickMs = 5000;          ///< STATION_TICK_MS, test rigs only
+
+    using Lookup = std::function<std::optional<std::string>(const char* name)>;
+    /// The build-time values with the overrides that `lookup` finds.
+    static StationConfig resolve(const Lookup& lookup);
+    /// resolve() against the process environment.
+    static StationConfig fromEnvironment();
+};
+
+} // namespace station

@@ -1,0 +1,39 @@
+#include "shell/Module1.h"
+
+#include "host/frmFileSelection.h"
+#include "service/Codec.h"
+#include "service/ServiceClient.h"
+#include "shell/StartMode.h"
+#include "shell/frmTerminal.h"
+
+#include <QApplication>
+
+namespace station::Module1 {
+
+int Main(const std::string& commandLine, Ports& ports, const StationConfig& config) {
+    const auto decision = decideStartMode(commandLine);
+    if (decision.mode == StartMode::Task) {
+        frmFileSelection task(commandLine);
+        task.exec();
+        return 0;
+    }
+
+    std::unique_ptr<Codec> codec;
+    try {
+        codec = loadCodec(config.codec);
+    } catch (const CodecLoadError& e) {
+        ports.dialogs.message(e.what(), Dialogs::Icon::Critical);
+        return 1;
+    }
+    ServiceClient service(ports.http, *codec, config.serviceUrl);
+    // The station lives in the tray while its window is hidden: closing a child window must
+    // not end it.
+    QApplication::setQuitOnLastWindowClosed(false);
+    frmTerminal terminal(ports, config, service);
+    terminal.state().commandParameter = decision.commandParameter;
+    if (!terminal.Form_Load())
+        return 0;
+    return QApplication::exec();
+}
+
+} // namespace station::Module1

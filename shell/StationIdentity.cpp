@@ -1,0 +1,38 @@
+#include "shell/StationIdentity.h"
+
+namespace station {
+
+std::string formatPhysicalAddress(const std::vector<std::uint8_t>& address) {
+    static constexpr char digits[] = "0123456789ABCDEF";
+    std::string out;
+    out.reserve(address.size() * 3);
+    for (auto byte : address) {
+        if (!out.empty())
+            out += '-';
+        out += digits[byte >> 4];
+        out += digits[byte & 0x0F];
+    }
+    return out;
+}
+
+std::string stationIdentity(const std::vector<NetworkAdapters::Adapter>& adapters) {
+    std::string id;
+    for (const auto& adapter : adapters) {
+        const auto text = formatPhysicalAddress(adapter.address);
+        if (text.empty())
+            continue;
+        if (!id.empty())
+            id += '-';
+        id += text;
+    }
+    return id;
+}
+
+std::string adapterListing(const std::vector<NetworkAdapters::Adapter>& adapters) {
+    std::string out = std::to_string(adapters.size()) + " Adapter(s):";
+    for (const auto& adapter : adapters)
+        out += "\r\n" + adapter.name + " " + formatPhysicalAddress(adapter.address);
+    return out;
+}
+
+} // namespace station

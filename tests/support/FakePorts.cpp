@@ -1,0 +1,41 @@
+#include "tests/support/FakePorts.h"
+
+namespace station::test {
+
+HttpClient::Response FakeHttp::post(const std::string& url, const std::string& contentType, const std::string& body) {
+    calls.push_back({"POST", url, contentType, body});
+    if (handler)
+        return handler(calls.back());
+    if (!replies.empty()) {
+        auto r = std::move(replies.front());
+        replies.pop_front();
+        return r;
+    }
+    return ok({});
+}
+
+HttpClient::Response FakeHttp::get(const std::string& url, const BasicAuth*, const Progress&) {
+    calls.push_back({"GET", url, {}, {}});
+    return handler ? handler(calls.back()) : ok({});
+}
+
+std::vector<std::string> FakeHttp::bodies() const {
+    std::vector<std::string> out;
+    for (const auto& c : calls)
+        out.push_back(c.body);
+    return out;
+}
+
+std::string storeListReply(std::size_t count, const std::string& station) {
+    std::string out;
+    for (std::size_t k = 0; k < count; ++k) {
+        const auto n = std::to_string(k);
+        for (const std::string& field : std::initializer_list<std::string>{
+                 station, "12345" + std::string(5 - std::min<std::size_t>(5, n.size()), '0') + n, "T" + n, "user" + n,
+                 "pw" + n, "10.0.0." + n, "23", "DOM", "x", "STORE" + n, "Display " + n})
+            out += field + "|";
+    }
+    return out;
+}
+
+} // namespace station::test
