@@ -27,6 +27,12 @@ int main(int argc, char* argv[]) {
     auto dialogs = station::makeDialogs(station::applicationTitle);
     auto yield = station::makeYield();
     auto clock = station::makeClock();
-    station::Ports ports{*http, *adapters, *single, *browser, *dialogs, *yield, *clock};
+    auto clientWindows = station::makeClientWindows();
+    auto launcher = station::makeProcessLauncher();
+    auto hostSocket = station::makeHostSocket();
+    auto spooler = station::makeSpooler();
+    auto textPrinter = station::makeTextPrinter();
+    station::Ports ports{*http,  *adapters,      *single,   *browser,   *dialogs,    *yield,
+                         *clock, *clientWindows, *launcher, *hostSocket, *spooler, *textPrinter};
     return station::Module1::Main(commandLine, ports, config);
 }

@@ -1,10 +1,15 @@
 #pragma once
 #include "platform/Browser.h"
+#include "platform/ClientWindows.h"
 #include "platform/Clock.h"
 #include "platform/Dialogs.h"
+#include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
 #include "platform/NetworkAdapters.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/SingleInstance.h"
+#include "platform/Spooler.h"
+#include "platform/TextPrinter.h"
 #include "platform/Yield.h"
 
 #include <chrono>
@@ -32,5 +37,10 @@ std::unique_ptr<Browser> makeBrowser();
 std::unique_ptr<Dialogs> makeDialogs(const std::string& applicationTitle);
 std::unique_ptr<Yield> makeYield();
 std::unique_ptr<Clock> makeClock();
+std::unique_ptr<ClientWindows> makeClientWindows();
+std::unique_ptr<ProcessLauncher> makeProcessLauncher();
+std::unique_ptr<HostSocket> makeHostSocket();
+std::unique_ptr<Spooler> makeSpooler();
+std::unique_ptr<TextPrinter> makeTextPrinter();
 
 } // namespace station

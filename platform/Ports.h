@@ -1,10 +1,15 @@
 #pragma once
 #include "platform/Browser.h"
+#include "platform/ClientWindows.h"
 #include "platform/Clock.h"
 #include "platform/Dialogs.h"
+#include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
 #include "platform/NetworkAdapters.h"
+#include "platform/ProcessLauncher.h"
 #include "platform/SingleInstance.h"
+#include "platform/Spooler.h"
+#include "platform/TextPrinter.h"
 #include "platform/Yield.h"
 
 namespace station {
@@ -19,6 +24,11 @@ struct Ports {
     Dialogs& dialogs;
     Yield& yield;
     Clock& clock;
+    ClientWindows& clientWindows;
+    ProcessLauncher& processLauncher;
+    HostSocket& hostSocket;
+    Spooler& spooler;
+    TextPrinter& textPrinter;
 };
 
 } // namespace station

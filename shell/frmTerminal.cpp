@@ -216,7 +216,11 @@ bool frmTerminal::Form_Load() {
         setStatus(QStringLiteral("message"), e.what());
     }
     m_state.settings.open();
-    // The device settings load from the service joins here.
+    try {
+        loadSettings();
+    } catch (const std::exception& e) {
+        setStatus(QStringLiteral("message"), e.what());
+    }
 
     Timer1->start();
     panel(QStringLiteral("winsock"))->setText(QStringLiteral("Closed"));
@@ -238,8 +242,6 @@ void frmTerminal::Form_Unload() {
 }
 
 void frmTerminal::GetDefaultSettings(bool) {}
-
-void frmTerminal::writeSettings() {}
 
 void frmTerminal::whatsSupported() {
     auto* menu = buttonMenu(QStringLiteral("tools"));
@@ -292,11 +294,6 @@ void frmTerminal::SortListView(int column) {
     ListView1->sortItems(m_sort.column(), order);
 }
 
-void frmTerminal::connectStore(int row) {
-    (void)m_state.stores.at(static_cast<std::size_t>(row));
-    emit connectRequested(row);
-}
-
 void frmTerminal::Toolbar1_ButtonClick(const QString& key) {
     const auto k = key.toLower();
     if (k == QStringLiteral("connect"))
@@ -324,8 +321,7 @@ void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, co
             m_uploader = new frmUploader(m_state, store, this);
         m_uploader->show();
     } else if (caption == QStringLiteral("Tools")) {
-        // The console font change reaches the client's console in the session code.
-        (void)consoleFontFromMenuText(itemText.toStdString());
+        changeFonts(consoleFontFromMenuText(itemText.toStdString()));
     } else if (caption.toUpper() == QStringLiteral("CONNECT")) {
         connectStore(itemIndex - 1);
     }
@@ -384,7 +380,7 @@ void frmTerminal::closeEvent(QCloseEvent* event) {
 bool frmTerminal::event(QEvent* e) {
     // Activating the station brings a running telnet client forward with it.
     if (e->type() == QEvent::WindowActivate && m_state.clientWindow > 0)
-        raise();
+        bringClientForward();
     return QMainWindow::event(e);
 }
 

@@ -4,6 +4,7 @@
 #include "service/ServiceClient.h"
 #include "shell/ListSort.h"
 #include "shell/StationState.h"
+#include "shell/TickCounter.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -53,6 +54,14 @@ public:
     /// Hook for loading or saving default settings; deliberately does nothing.
     void GetDefaultSettings(bool saveDefaults = false);
 
+    // Telnet client session and settings synchronisation (frmTerminalSession.cpp).
+    void EntryLine(int row, bool on, const std::string& message = {});
+    void changeFonts(int size);
+    void Timer1_Timer();
+
+    // Host command channel (frmTerminalChannel.cpp).
+    void sendWinsock(const std::string& data);
+
     // Controls, named as the rest of the station knows them.
     QTreeWidget* ListView1 = nullptr;
     QFrame* Frame1 = nullptr;
@@ -81,10 +90,23 @@ private:
     void fillStoreRows();
     void Toolbar1_ButtonClick(const QString& key);
     void Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, const QString& itemText, const QString& itemKey);
-    void Timer1_Timer();
     void whatsSupported();
-    void writeSettings();
     void setStatus(const QString& key, const std::string& text);
+
+    // --- session section (frmTerminalSession.cpp) ---
+    void loadSettings();
+    void writeSettings();
+    void superviseClientWindows();
+    void storeMaintenancePoll();
+    void CheckProgramUpdates();
+    /// The activation hook: a running client comes forward with the station window.
+    void bringClientForward();
+    TickCounter m_ticks;
+    // --- end of session section ---
+
+    // --- channel section (frmTerminalChannel.cpp) ---
+    void redialStep();
+    // --- end of channel section ---
 
     Ports& m_ports;
     StationConfig m_config;

@@ -4,6 +4,7 @@
 
 #include <deque>
 #include <functional>
+#include <map>
 #include <string>
 #include <vector>
 
@@ -87,6 +88,93 @@ public:
     std::chrono::system_clock::time_point now() override { return time; }
 };
 
+/// Windows by title from a settable map; records what was done to them.
+class FakeClientWindows : public ClientWindows {
+public:
+    std::map<std::string, Handle> windows;
+    std::vector<Handle> shown, broughtForward;
+    std::vector<std::pair<Handle, int>> fonts;
+    int searches = 0;
+    Handle findByTitle(const std::string& title) override {
+        ++searches;
+        auto it = windows.find(title);
+        return it == windows.end() ? 0 : it->second;
+    }
+    void show(Handle w) override { shown.push_back(w); }
+    void bringForward(Handle w) override { broughtForward.push_back(w); }
+    void setConsoleFont(Handle w, int index) override { fonts.emplace_back(w, index); }
+};
+
+class FakeProcessLauncher : public ProcessLauncher {
+public:
+    std::vector<std::pair<std::string, Show>> started;
+    bool succeed = true;
+    bool start(const std::string& commandLine, Show show) override {
+        started.emplace_back(commandLine, show);
+        return succeed;
+    }
+};
+
+/// A host line driven by the test: it records what the station did and lets the test raise the
+/// socket's events.
+class FakeHostSocket : public HostSocket {
+public:
+    Events events;
+    bool connected = false;
+    std::string host;
+    std::vector<std::string> dials, sent;
+    int closes = 0;
+    void setEvents(Events e) override { events = std::move(e); }
+    void connectTo(const std::string& h, std::uint16_t) override {
+        host = h;
+        dials.push_back(h);
+    }
+    void close() override {
+        ++closes;
+        connected = false;
+    }
+    bool isConnected() const override { return connected; }
+    void send(const std::string& data) override { sent.push_back(data); }
+    std::string remoteHost() const override { return host; }
+};
+
+class FakeSpooler : public Spooler {
+public:
+    std::vector<std::string> installed;
+    struct Job {
+        std::string printer, document, data;
+    };
+    std::vector<Job> jobs;
+    Result result = Result::Done;
+    std::vector<std::string> printers() override { return installed; }
+    Result printRaw(const std::string& printer, const std::string& document, const std::string& data) override {
+        if (result == Result::Done)
+            jobs.push_back({printer, document, data});
+        return result;
+    }
+};
+
+/// Records the printer object's calls in order as readable lines.
+class FakeTextPrinter : public TextPrinter {
+public:
+    std::vector<std::string> installed;
+    std::string current = "Default";
+    std::vector<std::string> calls;
+    std::vector<std::string> printers() override { return installed; }
+    void select(const std::string& name) override {
+        for (const auto& p : installed)
+            if (p == name)
+                current = name;
+        calls.push_back("select " + name);
+    }
+    void setFont(const std::string& family, float size) override {
+        calls.push_back("font " + family + " " + std::to_string(size));
+    }
+    void setOrientation(Orientation o) override { calls.push_back("orientation " + std::to_string(static_cast<int>(o))); }
+    void print(const std::string& text) override { calls.push_back("print " + text); }
+    void endDocument() override { calls.push_back("end"); }
+};
+
 /// One of each fake, with the Ports view over them.
 struct FakePorts {
     FakeHttp http;
@@ -96,7 +184,13 @@ struct FakePorts {
     FakeDialogs dialogs;
     CountingYield yield;
     FakeClock clock;
-    Ports ports{http, adapters, singleInstance, browser, dialogs, yield, clock};
+    FakeClientWindows clientWindows;
+    FakeProcessLauncher processLauncher;
+    FakeHostSocket hostSocket;
+    FakeSpooler spooler;
+    FakeTextPrinter textPrinter;
+    Ports ports{http,  adapters,      singleInstance,  browser,    dialogs, yield,
+                clock, clientWindows, processLauncher, hostSocket, spooler, textPrinter};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".
