@@ -363,10 +363,6 @@ void frmTerminal::doReports() {
     m_ports.browser.open("http://" + m_config.backofficeHost + ":8300/ebs.cfm");
 }
 
-void frmTerminal::Timer1_Timer() {
-    emit ticked();
-}
-
 void frmTerminal::closeEvent(QCloseEvent* event) {
     if (m_unloading) {
         event->accept();
