@@ -22,7 +22,7 @@ inline constexpr std::size_t storeRecordFields = 11;
 
 /// Reads the split reply of "mac=": records of 11 fields (station identity, then the ten text
 /// fields of a store) starting at 0, 11, 22, … while the start is not beyond the last index − 1,
-/// so the empty piece after the final "|" never starts a record. An empty status is open (" ").
+/// so the empty piece after the final "|" never starts a record.
 StoreListReply parseStoreList(const std::vector<std::string>& parts);
 
 /// Copies the stores of the reply into the table (entry k from record k), makes each station

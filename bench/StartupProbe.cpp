@@ -1,0 +1,78 @@
+// Starts either the station's main window (against the service the environment names) or a
+// minimal Qt window, waits until it is shown, prints its resident memory and exits. Timing is done
+// from outside, by bench/startup_ratio.sh, so process start-up counts too.
+#include "platform/Adapters.h"
+#include "platform/Ports.h"
+#include "platform/StationConfig.h"
+#include "service/Codec.h"
+#include "service/ServiceClient.h"
+#include "shell/frmTerminal.h"
+
+#include <QApplication>
+#include <QMainWindow>
+#include <QTest>
+#include <QTreeWidget>
+#include <cstdio>
+#include <fstream>
+#include <string>
+#include <unistd.h>
+
+namespace {
+
+long residentKb() {
+    std::ifstream statm("/proc/self/statm");
+    long size = 0, resident = 0;
+    statm >> size >> resident;
+    return resident * (sysconf(_SC_PAGESIZE) / 1024);
+}
+
+int station() {
+    const auto config = station::StationConfig::fromEnvironment();
+    auto http = station::makeHttpClient();
+    auto adapters = station::makeNetworkAdapters();
+    auto single = station::makeSingleInstance("VORNETerminalStartupProbe" + std::to_string(getpid()));
+    auto browser = station::makeBrowser();
+    auto dialogs = station::makeDialogs("probe");
+    auto yield = station::makeYield();
+    auto clock = station::makeClock();
+    auto clientWindows = station::makeClientWindows();
+    auto launcher = station::makeProcessLauncher();
+    auto hostSocket = station::makeHostSocket();
+    auto spooler = station::makeSpooler();
+    auto textPrinter = station::makeTextPrinter();
+    station::Ports ports{*http,  *adapters,      *single,   *browser,    *dialogs, *yield,
+                         *clock, *clientWindows, *launcher, *hostSocket, *spooler, *textPrinter};
+    station::IdentityCodec codec;
+    station::ServiceClient service(*http, codec, config.serviceUrl);
+    station::frmTerminal window(ports, config, service);
+    if (!window.Form_Load() || !QTest::qWaitForWindowExposed(&window))
+        return 1;
+    QApplication::processEvents();
+    std::printf("rows=%d rss_kb=%ld\n", window.ListView1->topLevelItemCount(), residentKb());
+    return 0;
+}
+
+int minimal() {
+    QMainWindow window;
+    auto* list = new QTreeWidget(&window);
+    window.setCentralWidget(list);
+    window.show();
+    if (!QTest::qWaitForWindowExposed(&window))
+        return 1;
+    QApplication::processEvents();
+    std::printf("rows=0 rss_kb=%ld\n", residentKb());
+    return 0;
+}
+
+} // namespace
+
+int main(int argc, char** argv) {
+    QApplication app(argc, argv);
+    const std::string mode = argc > 1 ? argv[1] : "";
+    if (mode == "station")
+        return station();
+    if (mode == "minimal")
+        return minimal();
+    std::fprintf(stderr, "usage: startup_probe station|minimal\n");
+    return 2;
+}

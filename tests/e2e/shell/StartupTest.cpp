@@ -1,0 +1,125 @@
+// The station's start-up against the real reference service: in process with the real HTTP
+// adapter, and as the real program under a virtual display.
+#include "platform/Adapters.h"
+#include "service/Codec.h"
+#include "service/ServiceClient.h"
+#include "shell/StationIdentity.h"
+#include "shell/StoreList.h"
+#include "shell/frmTerminal.h"
+#include "tests/e2e/support/Peers.h"
+#include "tests/support/FakePorts.h"
+
+#include <QDeadlineTimer>
+#include <QLabel>
+#include <QTcpServer>
+#include <QTemporaryDir>
+#include <QThread>
+#include <QTreeWidget>
+#include <gtest/gtest.h>
+
+namespace station {
+namespace {
+
+/// The fakes for everything but the service transport and the adapters.
+struct RealServicePorts {
+    explicit RealServicePorts(HttpTimeouts timeouts = {})
+        : http(makeHttpClient(timeouts)), adapters(makeNetworkAdapters()) {}
+    std::unique_ptr<HttpClient> http;
+    std::unique_ptr<NetworkAdapters> adapters;
+    test::FakePorts fake;
+    Ports ports{*http,      *adapters,          fake.singleInstance,  fake.browser,    fake.dialogs, fake.yield,
+                fake.clock, fake.clientWindows, fake.processLauncher, fake.hostSocket, fake.spooler, fake.textPrinter};
+};
+
+TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
+    test::DevService service;
+    RealServicePorts real;
+    IdentityCodec codec;
+    StationConfig config;
+    config.serviceUrl = service.serviceUrl().toStdString();
+    config.serverList = "127.0.0.1";
+    ServiceClient client(*real.http, codec, config.serviceUrl);
+
+    // What the service holds for this station, asked the same way.
+    const auto id = stripDashes(stationIdentity(real.adapters->list()));
+    const auto parts = client.request("mac=", id);
+    ASSERT_TRUE(parts);
+    const auto expected = parseStoreList(*parts);
+    ASSERT_GE(expected.stores.size(), 2u) << "the service seeds demo stores for any station";
+
+    frmTerminal window(real.ports, config, client);
+    ASSERT_TRUE(window.Form_Load());
+    ASSERT_EQ(window.ListView1->topLevelItemCount(), static_cast<int>(expected.stores.size()));
+    for (std::size_t k = 0; k < expected.stores.size(); ++k) {
+        auto* row = window.rowByKey(storeRowKey(k));
+        ASSERT_NE(row, nullptr);
+        EXPECT_EQ(row->text(0).toStdString(), expected.stores[k].storeName);
+        EXPECT_EQ(row->text(3).toStdString(), expected.stores[k].serialNumber);
+    }
+    window.Form_Unload();
+}
+
+TEST(Startup, ServiceThatNeverAnswersEndsInTimeWithAnEmptyList) {
+    // Accepts connections and never says a word.
+    QTcpServer silent;
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
+    RealServicePorts real({std::chrono::milliseconds(500), std::chrono::milliseconds(800), {}});
+    IdentityCodec codec;
+    StationConfig config;
+    config.serviceUrl =
+        QStringLiteral("http://127.0.0.1:%1/terminal2secure.asp").arg(silent.serverPort()).toStdString();
+    ServiceClient client(*real.http, codec, config.serviceUrl);
+    frmTerminal window(real.ports, config, client);
+    ASSERT_TRUE(window.Form_Load());
+    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0);
+    EXPECT_TRUE(window.ListView1->isVisible());
+    window.Form_Unload();
+}
+
+/// Waits until a top-level window with exactly this title exists on the display.
+bool waitForWindow(const QString& display, const QString& title, int timeoutMs = 15'000) {
+    QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired()) {
+        QProcess p;
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), display);
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral("xwininfo"), {QStringLiteral("-root"), QStringLiteral("-tree")});
+        p.waitForFinished(5000);
+        if (QString::fromLocal8Bit(p.readAllStandardOutput()).contains(QLatin1Char('"') + title + QLatin1Char('"')))
+            return true;
+        QThread::msleep(100);
+    }
+    return false;
+}
+
+TEST(Startup, SecondCopyIsRefusedAndTheFirstKeepsRunning) {
+    test::VirtualDisplay display;
+    ASSERT_FALSE(display.display().isEmpty()) << "Xvfb did not start";
+    test::DevService service;
+    QTemporaryDir runtime;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("DISPLAY"), display.display());
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    env.insert(QStringLiteral("XDG_RUNTIME_DIR"), runtime.path());
+    env.insert(QStringLiteral("STATION_SERVICE_URL"), service.serviceUrl());
+    env.insert(QStringLiteral("STATION_SERVER_LIST"), QStringLiteral("127.0.0.1"));
+    const auto program = test::binDir() + QStringLiteral("/vorneterminal");
+
+    test::PeerProcess first;
+    first.start(program, {}, env);
+    ASSERT_TRUE(waitForWindow(display.display(), QStringLiteral("VORNE Terminal Version 2.1.14")));
+
+    test::PeerProcess second;
+    second.start(program, {}, env);
+    // The refusal is a message box under the application's title; the second copy never gets
+    // as far as its own main window.
+    EXPECT_TRUE(waitForWindow(display.display(), QStringLiteral("VORNETerminal")));
+    EXPECT_EQ(first.process().state(), QProcess::Running);
+    second.process().kill();
+    second.process().waitForFinished(3000);
+    EXPECT_EQ(first.process().state(), QProcess::Running);
+}
+
+} // namespace
+} // namespace station
