@@ -1,0 +1,62 @@
+#pragma once
+// The decisions of the telnet client session: what a connection needs, how the client is
+// started, and what each supervision tick does to a store row.
+#include "shell/StationState.h"
+
+#include <chrono>
+#include <string>
+#include <vector>
+
+namespace station {
+
+/// Labels of the sign-on values the entry lacks, each followed by CR LF; empty when none.
+std::string missingItems(const StoreEntry& entry);
+/// Why a connection to the entry is refused; empty when it is not. `rowConnected`: its row is bold.
+std::string refusalText(const StoreEntry& entry, bool rowConnected);
+/// The message box text for missing sign-on values.
+std::string missingItemsMessage(const std::string& items);
+
+/// "gs_clnt.exe" for domains below three characters, else "gs_clnt7.exe".
+std::string clientExecutable(const StoreEntry& entry);
+/// The client's arguments up to the printer routes; adds the default settings row when there is
+/// none (and then routes nothing).
+std::string clientArguments(const StoreEntry& entry, StationSettings& settings);
+/// Program path, arguments and " -x" serial number as one command line. A program path with
+/// blanks is quoted so the client's own folder may contain them.
+std::string clientCommandLine(const std::string& programPath, const std::string& arguments,
+                              const std::string& serialNumber);
+
+/// Title of the client window as it opens.
+std::string clientTitle(const std::string& clusterAddress);
+/// Title of the client window once it is connected.
+std::string connectedTitle(const StoreEntry& entry);
+
+/// A date and time as the status column shows it (local time).
+std::string dateTimeText(std::chrono::system_clock::time_point time);
+/// Status text of a store shut down for maintenance.
+std::string maintenanceText(const StoreEntry& entry);
+
+/// The status column of a row and the connection state change that marking it brings.
+std::string rowStatusText(bool on, const std::string& message);
+void markConnectState(StoreEntry& entry, bool on);
+
+/// One marking of a row.
+struct RowMark {
+    bool on = false;
+    std::string message;
+    bool operator==(const RowMark&) const = default;
+};
+
+/// What one tick does to one store row.
+struct RowTick {
+    std::vector<RowMark> marks; ///< in order
+    bool disableConnect = false;
+    bool enableConnect = false; ///< the client went away: Connect again, window back to normal
+    bool operator==(const RowTick&) const = default;
+};
+
+/// Decides a tick for one row from whether the connected client window exists and whether the
+/// row is shown as connected. Turns a re-opened status ("R") back to open (" ").
+RowTick superviseRow(StoreEntry& entry, bool windowFound, bool rowConnected);
+
+} // namespace station
