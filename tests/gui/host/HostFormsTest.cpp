@@ -1,0 +1,124 @@
+#include "host/frmDisplayPole.h"
+#include "host/frmFileSelection.h"
+#include "service/Codec.h"
+#include "service/ServiceClient.h"
+#include "shell/frmTerminal.h"
+#include "tests/support/FakePorts.h"
+
+#include <QApplication>
+#include <QLabel>
+#include <gtest/gtest.h>
+
+namespace station {
+namespace {
+
+class ChannelFormTest : public testing::Test {
+protected:
+    void SetUp() override {
+        config.serverList = "127.0.0.2,127.0.0.3";
+        config.tickMs = 60'000;
+        config.reportsUrl = "http://reports.test/Reports/";
+        fake.adapters.adapters = {{"eth0", {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}}};
+        window = std::make_unique<frmTerminal>(fake.ports, config, service);
+        ASSERT_TRUE(window->Form_Load());
+        auto& settings = window->state().settings;
+        if (!settings.hasRow())
+            settings.addRow();
+        fake.hostSocket.connected = true;
+    }
+    void TearDown() override {
+        for (auto* w : QApplication::topLevelWidgets())
+            if (qobject_cast<frmDisplayPole*>(w))
+                delete w;
+    }
+    frmDisplayPole* pole() const { return window->findChild<frmDisplayPole*>(); }
+    QLabel* panel() const { return window->panel(QStringLiteral("winsock")); }
+
+    test::FakePorts fake;
+    StationConfig config;
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    std::unique_ptr<frmTerminal> window;
+};
+
+TEST_F(ChannelFormTest, TickDialsAndTheConnectEventOpensThePanel) {
+    window->Timer1_Timer();
+    EXPECT_EQ(fake.hostSocket.dials, std::vector<std::string>{"127.0.0.2"});
+    fake.hostSocket.connected = true;
+    fake.hostSocket.events.connected();
+    EXPECT_EQ(panel()->text(), QStringLiteral("Open 127.0.0.2"));
+    fake.hostSocket.events.received("/R=");
+    EXPECT_EQ(fake.hostSocket.sent, std::vector<std::string>{"/L=" + window->state().stationId});
+    EXPECT_EQ(panel()->text(), QStringLiteral("Open 127.0.0.2"));
+}
+
+TEST_F(ChannelFormTest, ErrorMarksThePanelWithTheDescriptionAsToolTip) {
+    fake.hostSocket.connected = false;
+    panel()->hide();
+    fake.hostSocket.events.error("Connection refused");
+    EXPECT_EQ(panel()->text(), QStringLiteral("*Closed"));
+    EXPECT_EQ(panel()->toolTip(), QStringLiteral("Connection refused"));
+    EXPECT_FALSE(panel()->isHidden());
+    EXPECT_TRUE(window->state().reconnectPending);
+}
+
+TEST_F(ChannelFormTest, TestPoleShowsTheDisplayWindowWithTheTwoLines) {
+    window->state().settings.set("prt3", "Test Pole");
+    fake.hostSocket.events.received("/D=12First line~Second line");
+    auto* p = pole();
+    ASSERT_NE(p, nullptr);
+    EXPECT_TRUE(p->isVisible());
+    EXPECT_EQ(p->windowTitle(), QStringLiteral("Display Pole"));
+    EXPECT_EQ(p->lblLine1->text(), QStringLiteral("First line"));
+    EXPECT_EQ(p->lblLine2->text(), QStringLiteral("Second line"));
+    EXPECT_EQ(p->lblLine1->font().family(), QStringLiteral("MS Sans Serif"));
+
+    fake.hostSocket.events.received("/D=12Only one");
+    EXPECT_EQ(window->findChildren<frmDisplayPole*>().size(), 1);
+    EXPECT_EQ(p->lblLine1->text(), QStringLiteral("Only one"));
+    EXPECT_EQ(p->lblLine2->text(), QStringLiteral("Second line"));
+}
+
+TEST_F(ChannelFormTest, OtherReaderTypesShowNoDisplay) {
+    window->state().settings.set("prt3", "test pole");
+    fake.hostSocket.events.received("/D=12First line");
+    EXPECT_EQ(pole(), nullptr);
+}
+
+TEST_F(ChannelFormTest, HostReportPrintsOnTheReportPrinterOfTheSettings) {
+    window->state().settings.set("prt2", " Reports ");
+    fake.textPrinter.installed = {"Office", "REPORTS"};
+    fake.http.handler = [](const test::FakeHttp::Call& call) {
+        return test::FakeHttp::ok(call.method == "GET" ? "page" : "");
+    };
+    fake.http.calls.clear();
+    fake.hostSocket.events.received("/3=1234567890123|daily.txt");
+    EXPECT_EQ(fake.http.calls.front().url, config.reportsUrl + "12345/1234567890/daily.txt");
+    EXPECT_EQ(fake.textPrinter.calls.front(), "select REPORTS");
+    EXPECT_EQ(fake.textPrinter.calls.back(), "end");
+}
+
+TEST(FileSelectionForm, PrintTaskPrintsAndCloses) {
+    test::FakePorts fake;
+    fake.adapters.adapters = {{"eth0", {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}}};
+    fake.http.handler = [](const test::FakeHttp::Call& call) {
+        if (call.method == "GET")
+            return test::FakeHttp::ok("label bytes");
+        return test::FakeHttp::ok(call.body == "prt=001122334455" ? "R|L|P|x|COM1|" : "");
+    };
+    StationConfig config;
+    config.reportsUrl = "http://reports.test/Reports/";
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    frmFileSelection task("7,1234567890,label.prn", fake.ports, config, service);
+    task.show();
+    task.Form_Load();
+    EXPECT_FALSE(task.isVisible());
+    EXPECT_EQ(task.result(), QDialog::Accepted);
+    ASSERT_EQ(fake.spooler.jobs.size(), 1u);
+    EXPECT_EQ(fake.spooler.jobs[0].printer, "L");
+    EXPECT_EQ(fake.spooler.jobs[0].data, "label bytes");
+}
+
+} // namespace
+} // namespace station
