@@ -32,7 +32,7 @@ int main(int argc, char* argv[]) {
     auto hostSocket = station::makeHostSocket();
     auto spooler = station::makeSpooler();
     auto textPrinter = station::makeTextPrinter();
-    station::Ports ports{*http,  *adapters,      *single,   *browser,   *dialogs,    *yield,
+    station::Ports ports{*http,  *adapters,      *single,   *browser,    *dialogs, *yield,
                          *clock, *clientWindows, *launcher, *hostSocket, *spooler, *textPrinter};
     return station::Module1::Main(commandLine, ports, config);
 }

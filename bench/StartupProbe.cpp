@@ -26,7 +26,7 @@ long residentKb() {
     return resident * (sysconf(_SC_PAGESIZE) / 1024);
 }
 
-int station() {
+int runStation() {
     const auto config = station::StationConfig::fromEnvironment();
     auto http = station::makeHttpClient();
     auto adapters = station::makeNetworkAdapters();
@@ -52,7 +52,7 @@ int station() {
     return 0;
 }
 
-int minimal() {
+int runMinimal() {
     QMainWindow window;
     auto* list = new QTreeWidget(&window);
     window.setCentralWidget(list);
@@ -70,9 +70,9 @@ int main(int argc, char** argv) {
     QApplication app(argc, argv);
     const std::string mode = argc > 1 ? argv[1] : "";
     if (mode == "station")
-        return station();
+        return runStation();
     if (mode == "minimal")
-        return minimal();
+        return runMinimal();
     std::fprintf(stderr, "usage: startup_probe station|minimal\n");
     return 2;
 }

@@ -12,11 +12,6 @@ namespace station::Module1 {
 
 int Main(const std::string& commandLine, Ports& ports, const StationConfig& config) {
     const auto decision = decideStartMode(commandLine);
-    if (decision.mode == StartMode::Task) {
-        frmFileSelection task(commandLine);
-        task.exec();
-        return 0;
-    }
 
     std::unique_ptr<Codec> codec;
     try {
@@ -26,6 +21,13 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
         return 1;
     }
     ServiceClient service(ports.http, *codec, config.serviceUrl);
+
+    if (decision.mode == StartMode::Task) {
+        // The task window does its one job and closes; the main window is never loaded.
+        frmFileSelection task(commandLine, ports, config, service);
+        task.exec();
+        return 0;
+    }
     // The station lives in the tray while its window is hidden: closing a child window must
     // not end it.
     QApplication::setQuitOnLastWindowClosed(false);

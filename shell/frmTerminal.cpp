@@ -35,7 +35,7 @@ QString qs(const std::string& s) {
 
 constexpr int keyRole = Qt::UserRole;
 
-struct ButtonSpec {
+struct ToolbarButton {
     const char* key;
     const char* caption;
     const char* tip;
@@ -44,7 +44,7 @@ struct ButtonSpec {
 };
 
 // Order matters: the first button (Connect) is the one a running client disables.
-constexpr ButtonSpec buttonSpecs[] = {
+constexpr ToolbarButton toolbarButtons[] = {
     {"connect", "Connect", "Connect to VORNE", QStyle::SP_DriveNetIcon, true},
     {"tools", "Tools", "", QStyle::SP_FileDialogDetailedView, true},
     {"helpdesk", "Helpdesk", "Request Help ", QStyle::SP_MessageBoxQuestion, false},
@@ -127,15 +127,15 @@ void frmTerminal::buildToolbar() {
     toolbar->setObjectName(QStringLiteral("Toolbar1"));
     toolbar->setMovable(false);
     toolbar->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
-    for (const auto& spec : buttonSpecs) {
-        const auto key = QString::fromLatin1(spec.key);
+    for (const auto& button : toolbarButtons) {
+        const auto key = QString::fromLatin1(button.key);
         auto* b = new QToolButton(toolbar);
         b->setObjectName(key);
-        b->setText(QString::fromLatin1(spec.caption));
-        b->setToolTip(QString::fromLatin1(spec.tip));
-        b->setIcon(style()->standardIcon(spec.icon));
+        b->setText(QString::fromLatin1(button.caption));
+        b->setToolTip(QString::fromLatin1(button.tip));
+        b->setIcon(style()->standardIcon(button.icon));
         b->setToolButtonStyle(Qt::ToolButtonTextUnderIcon);
-        if (spec.dropDown) {
+        if (button.dropDown) {
             auto* menu = new QMenu(b);
             b->setMenu(menu);
             b->setPopupMode(QToolButton::MenuButtonPopup);
@@ -229,6 +229,7 @@ bool frmTerminal::Form_Load() {
     m_state.channelPort = 47000;
     m_state.reconnectPending = true;
     m_state.channelTimeout = 30;
+    setUpChannel();
     return true;
 }
 

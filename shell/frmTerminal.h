@@ -101,11 +101,21 @@ private:
     void CheckProgramUpdates();
     /// The activation hook: a running client comes forward with the station window.
     void bringClientForward();
+    /// "upd1=": the base address of this station's updates, empty when there is none.
+    std::string updateAddress();
+    /// Whether store row `row` is shown as connected (bold).
+    bool rowConnected(int row) const;
     TickCounter m_ticks;
     // --- end of session section ---
 
     // --- channel section (frmTerminalChannel.cpp) ---
     void redialStep();
+    /// Arms the host channel: routes the socket's events to the channel logic.
+    void setUpChannel();
+    /// The channel logic with its view on this window and the pole display; shared_ptr because
+    /// only frmTerminalChannel.cpp knows the type.
+    struct Channel;
+    std::shared_ptr<Channel> m_channel;
     // --- end of channel section ---
 
     Ports& m_ports;

@@ -170,7 +170,9 @@ public:
     void setFont(const std::string& family, float size) override {
         calls.push_back("font " + family + " " + std::to_string(size));
     }
-    void setOrientation(Orientation o) override { calls.push_back("orientation " + std::to_string(static_cast<int>(o))); }
+    void setOrientation(Orientation o) override {
+        calls.push_back("orientation " + std::to_string(static_cast<int>(o)));
+    }
     void print(const std::string& text) override { calls.push_back("print " + text); }
     void endDocument() override { calls.push_back("end"); }
 };

@@ -3,6 +3,9 @@
 #include <gmock/gmock.h>
 
 int main(int argc, char** argv) {
+    // ctest lists the tests without the test environment; tests that need a real X server say so.
+    if (!qEnvironmentVariableIsSet("QT_QPA_PLATFORM"))
+        qputenv("QT_QPA_PLATFORM", "offscreen");
     QApplication app(argc, argv);
     testing::InitGoogleMock(&argc, argv);
     return RUN_ALL_TESTS();
