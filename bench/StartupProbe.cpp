@@ -2,7 +2,6 @@
 // minimal Qt window, waits until it is shown, prints its resident memory and exits. Timing is done
 // from outside, by bench/startup_ratio.sh, so process start-up counts too.
 #include "platform/Adapters.h"
-#include "platform/Ports.h"
 #include "platform/StationConfig.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -28,22 +27,10 @@ long residentKb() {
 
 int runStation() {
     const auto config = station::StationConfig::fromEnvironment();
-    auto http = station::makeHttpClient();
-    auto adapters = station::makeNetworkAdapters();
-    auto single = station::makeSingleInstance("VORNETerminalStartupProbe" + std::to_string(getpid()));
-    auto browser = station::makeBrowser();
-    auto dialogs = station::makeDialogs("probe");
-    auto yield = station::makeYield();
-    auto clock = station::makeClock();
-    auto clientWindows = station::makeClientWindows();
-    auto launcher = station::makeProcessLauncher();
-    auto hostSocket = station::makeHostSocket();
-    auto spooler = station::makeSpooler();
-    auto textPrinter = station::makeTextPrinter();
-    station::Ports ports{*http,  *adapters,      *single,   *browser,    *dialogs, *yield,
-                         *clock, *clientWindows, *launcher, *hostSocket, *spooler, *textPrinter};
+    station::SystemPorts system("VORNETerminalStartupProbe" + std::to_string(getpid()), "probe");
+    auto& ports = system.ports();
     station::IdentityCodec codec;
-    station::ServiceClient service(*http, codec, config.serviceUrl);
+    station::ServiceClient service(ports.http, codec, config.serviceUrl);
     station::frmTerminal window(ports, config, service);
     if (!window.Form_Load() || !QTest::qWaitForWindowExposed(&window))
         return 1;

@@ -6,7 +6,7 @@ set -euo pipefail
 build=${1:?build folder}
 runs=${2:-10}
 bin="$build/bin"
-probe="$build/bench/startup_probe"
+probe="$build/bin/startup_probe"
 work=$(mktemp -d /tmp/vorne-bench.XXXXXX)
 pids=()
 cleanup() {

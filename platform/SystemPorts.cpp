@@ -1,0 +1,12 @@
+#include "platform/Adapters.h"
+
+namespace station {
+
+SystemPorts::SystemPorts(const std::string& singleInstanceName, const std::string& applicationTitle)
+    : m_singleInstance(makeSingleInstance(singleInstanceName)),
+      m_dialogs(makeDialogs(applicationTitle)), m_ports{*m_http,       *m_adapters,      *m_singleInstance,
+                                                        *m_browser,    *m_dialogs,       *m_yield,
+                                                        *m_clock,      *m_clientWindows, *m_processLauncher,
+                                                        *m_hostSocket, *m_spooler,       *m_textPrinter} {}
+
+} // namespace station
