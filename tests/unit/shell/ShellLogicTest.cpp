@@ -6,7 +6,6 @@
 #include "shell/StationIdentity.h"
 #include "shell/StationState.h"
 #include "shell/StoreList.h"
-#include "shell/TickCounter.h"
 #include "tests/support/FakePorts.h"
 
 #include <gtest/gtest.h>
@@ -227,28 +226,6 @@ TEST(ListSort, EveryClickFlipsTheOrder) {
     sort.click(0);
     EXPECT_EQ(sort.descending(), first);
     EXPECT_EQ(sort.column(), 0);
-}
-
-} // namespace
-} // namespace station
-
-namespace station {
-namespace {
-
-TEST(TickCounter, RhythmOverThirtyTicks) {
-    TickCounter counter;
-    std::vector<int> jobs, keepAlives;
-    for (int tick = 1; tick <= 30; ++tick) {
-        counter.begin();
-        if (counter.keepAliveDue())
-            keepAlives.push_back(tick);
-        if (counter.periodicJobsDue()) {
-            jobs.push_back(tick);
-            counter.periodicJobsDone();
-        }
-    }
-    EXPECT_EQ(jobs, (std::vector<int>{1, 13, 14, 26, 27}));
-    EXPECT_EQ(keepAlives, (std::vector<int>{5, 10, 15, 20, 25, 30}));
 }
 
 } // namespace
