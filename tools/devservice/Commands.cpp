@@ -126,11 +126,8 @@ std::string settingsText(const SettingsRow& row) {
 
 std::string tabbed(const std::vector<std::string>& columns) {
     std::string line;
-    for (const auto& column : columns) {
-        if (!line.empty())
-            line += '\t';
-        line += escapeForLine(column);
-    }
+    for (std::size_t k = 0; k < columns.size(); ++k)
+        line += (k ? "\t" : "") + escapeForLine(columns[k]);
     return line;
 }
 
@@ -294,7 +291,8 @@ int dispatch(const Arguments& a, std::ostream& out, std::ostream& err, const std
     }
     if (c == "requests") {
         for (const auto& r : openDatabase(a)->requests(a.option("--key").value_or("")))
-            out << tabbed({std::to_string(r.id), r.method, r.path, std::to_string(r.status), r.key, r.value, r.reply})
+            out << tabbed({std::to_string(r.id), r.method, r.path, std::to_string(r.status), r.key, r.value, r.reply,
+                           r.contentType})
                 << '\n';
         return exitOk;
     }

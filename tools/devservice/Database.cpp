@@ -36,7 +36,7 @@ CREATE TABLE IF NOT EXISTS uploads (record INTEGER PRIMARY KEY, station TEXT NOT
 CREATE TABLE IF NOT EXISTS requests (id INTEGER PRIMARY KEY,
     received_at TEXT NOT NULL DEFAULT (strftime('%Y-%m-%d %H:%M:%f', 'now')),
     method TEXT NOT NULL, path TEXT NOT NULL, status INTEGER NOT NULL,
-    key TEXT NOT NULL, value TEXT NOT NULL, reply TEXT NOT NULL);
+    key TEXT NOT NULL, value TEXT NOT NULL, reply TEXT NOT NULL, content_type TEXT NOT NULL DEFAULT '');
 )sql";
 
 constexpr const char* demoStoreCountOption = "demo_store_count";
@@ -315,17 +315,19 @@ void Database::putUploadFolder(const std::string& station, const std::string& fo
 
 void Database::logRequest(const LoggedRequest& r) {
     std::lock_guard lock(m_mutex);
-    m_db.run("INSERT INTO requests (method, path, status, key, value, reply) VALUES (?, ?, ?, ?, ?, ?)",
-             {r.method, r.path, std::int64_t{r.status}, r.key, r.value, r.reply});
+    m_db.run("INSERT INTO requests (method, path, status, key, value, reply, content_type) "
+             "VALUES (?, ?, ?, ?, ?, ?, ?)",
+             {r.method, r.path, std::int64_t{r.status}, r.key, r.value, r.reply, r.contentType});
 }
 
 std::vector<LoggedRequest> Database::requests(const std::string& key) {
     std::lock_guard lock(m_mutex);
     std::vector<LoggedRequest> out;
-    for (auto& r : m_db.query("SELECT id, received_at, method, path, status, key, value, reply FROM requests "
+    for (auto& r : m_db.query("SELECT id, received_at, method, path, status, key, value, reply, content_type "
+                              "FROM requests "
                               "WHERE ?1 = '' OR key = ?1 ORDER BY id",
                               {key}))
-        out.push_back({toInt(r[0]), r[1], r[2], r[3], static_cast<int>(toInt(r[4])), r[5], r[6], r[7]});
+        out.push_back({toInt(r[0]), r[1], r[2], r[3], static_cast<int>(toInt(r[4])), r[5], r[6], r[7], r[8]});
     return out;
 }
 

@@ -47,6 +47,7 @@ struct LoggedRequest {
     std::string receivedAt, method, path;
     int status = 0;
     std::string key, value, reply; // key and value of endpoint requests; reply text of those only
+    std::string contentType;
 };
 
 class Database {

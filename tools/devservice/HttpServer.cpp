@@ -90,6 +90,7 @@ void HttpServer::setUpRoutes() {
         entry.method = req.method;
         entry.path = req.target; // as sent, before percent-decoding
         entry.status = res.status;
+        entry.contentType = req.get_header_value("Content-Type");
         if (req.method == "POST" && req.path == endpointPath) {
             auto body = splitRequestBody(req.body);
             entry.key = std::move(body.key);

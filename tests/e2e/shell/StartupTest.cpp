@@ -59,6 +59,33 @@ TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
     window.Form_Unload();
 }
 
+TEST(Startup, RequestsReachTheServiceInTheirWireShapeAndRepliesSplitAtEveryBar) {
+    test::DevService service;
+    service.admin({QStringLiteral("set-reply"), QStringLiteral("Store A|A&amp;B||")});
+    RealServicePorts real;
+    IdentityCodec codec;
+    ServiceClient client(*real.http, codec, service.serviceUrl().toStdString());
+
+    const auto list = client.request("mac=", stripDashes("00-1A-2B-3C-4D-5E"));
+    ASSERT_TRUE(list);
+    EXPECT_EQ(*list, (std::vector<std::string>{"Store A", "A&amp;B", "", ""}));
+    ASSERT_TRUE(client.request("prtupt=", escapeAmpersands("R&D|L 1|%41+|||") + "001A2B"));
+
+    // The service's log holds each body as it came: key, then the value with nothing but the
+    // ampersands escaped. Columns: id, method, path, status, key, value, reply, content type.
+    const auto logged = service.admin({QStringLiteral("requests")}).split(QLatin1Char('\n'), Qt::SkipEmptyParts);
+    ASSERT_EQ(logged.size(), 2);
+    const auto mac = logged[0].split(QLatin1Char('\t'));
+    const auto write = logged[1].split(QLatin1Char('\t'));
+    ASSERT_EQ(mac.size(), 8);
+    ASSERT_EQ(write.size(), 8);
+    EXPECT_EQ(mac[1], QStringLiteral("POST"));
+    EXPECT_EQ(mac[4] + mac[5], QStringLiteral("mac=001A2B3C4D5E"));
+    EXPECT_EQ(write[4] + write[5], QStringLiteral("prtupt=R&amp;D|L 1|%41+|||001A2B"));
+    for (const auto& request : {mac, write})
+        EXPECT_EQ(request[7], QStringLiteral("application/x-www-form-urlencoded"));
+}
+
 TEST(Startup, ServiceThatNeverAnswersEndsInTimeWithAnEmptyList) {
     // Accepts connections and never says a word.
     QTcpServer silent;
