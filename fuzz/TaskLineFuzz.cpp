@@ -12,7 +12,7 @@ namespace {
 
 using namespace station;
 
-class Peers : public HttpClient, public Dialogs, public Yield, public Spooler, public TextPrinter {
+class Peers : public HttpClient, public Dialogs, public Spooler, public TextPrinter {
 public:
     std::array<std::string, 4> parts;
     Response post(const std::string&, const std::string&, const std::string& body) override {
@@ -29,7 +29,6 @@ public:
     std::string input(const std::string&) override { return {}; }
     std::string openFile(const std::string&, const std::string&) override { return {}; }
     std::string saveFile(const std::string&, const std::string&) override { return {}; }
-    void yield() override {}
     Result printRaw(const std::string&, const std::string&, const std::string& data) override {
         if (data != parts[3])
             std::abort();
@@ -59,7 +58,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     IdentityCodec codec;
     ServiceClient service(peers, codec, "http://svc/terminal2secure.asp");
-    DocumentPrinting printing({service, peers, peers, peers, peers, peers}, "http://svc/Reports/");
+    DocumentPrinting printing({service, peers, peers, peers, peers}, "http://svc/Reports/");
     runPrintTask(parseTaskLine(peers.parts[0]), printing, service, "00-11-22", peers);
     return 0;
 }

@@ -6,7 +6,6 @@
 #include "platform/HttpClient.h"
 #include "platform/Spooler.h"
 #include "platform/TextPrinter.h"
-#include "platform/Yield.h"
 #include "service/ServiceClient.h"
 
 #include <functional>
@@ -77,7 +76,6 @@ public:
         TextPrinter& textPrinter;
         Spooler& spooler;
         Dialogs& dialogs;
-        Yield& yield;
     };
     DocumentPrinting(Ports ports, std::string reportsUrl);
 

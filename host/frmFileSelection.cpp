@@ -33,9 +33,8 @@ void frmFileSelection::showEvent(QShowEvent* event) {
 void frmFileSelection::Form_Load() {
     const auto line = parseTaskLine(m_taskLine);
     if (printTaskKind(line.task)) {
-        DocumentPrinting printing(
-            {m_service, m_ports.http, m_ports.textPrinter, m_ports.spooler, m_ports.dialogs, m_ports.yield},
-            m_config.reportsUrl);
+        DocumentPrinting printing({m_service, m_ports.http, m_ports.textPrinter, m_ports.spooler, m_ports.dialogs},
+                                  m_config.reportsUrl);
         runPrintTask(line, printing, m_service, stationIdentity(m_ports.adapters.list()), m_ports.dialogs);
         accept();
         return;

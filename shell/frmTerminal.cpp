@@ -205,6 +205,7 @@ bool frmTerminal::Form_Load() {
         return false;
     }
     setWindowTitle(qs("VORNE Terminal Version " + programVersion()));
+    cSysTray1->show(); // the way back to a window hidden by its close box or by a connection
     Frame1->show();
     ListView1->hide();
     show();
@@ -318,9 +319,7 @@ void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, co
         const auto store = storeIndexFromKey(itemKey.toStdString());
         if (store < 0)
             return;
-        if (!m_uploader)
-            m_uploader = new frmUploader(m_state, store, this);
-        m_uploader->show();
+        showUploader(store);
     } else if (caption == QStringLiteral("Tools")) {
         changeFonts(consoleFontFromMenuText(itemText.toStdString()));
     } else if (caption.toUpper() == QStringLiteral("CONNECT")) {
@@ -336,8 +335,13 @@ void frmTerminal::doUploader() {
             Dialogs::Icon::Information);
         return;
     }
+    showUploader(0);
+}
+
+void frmTerminal::showUploader(int store) {
     if (!m_uploader)
-        m_uploader = new frmUploader(m_state, 0, this);
+        m_uploader = new frmUploader(m_state, store, this);
+    m_uploader->setStoreIndex(store);
     m_uploader->show();
 }
 

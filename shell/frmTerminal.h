@@ -88,6 +88,7 @@ private:
     void buildToolbar();
     void buildTray();
     void fillStoreRows();
+    void showUploader(int store);
     void Toolbar1_ButtonClick(const QString& key);
     void Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, const QString& itemText, const QString& itemKey);
     void whatsSupported();

@@ -47,8 +47,7 @@ private:
 struct frmTerminal::Channel {
     explicit Channel(frmTerminal& w)
         : view(*w.panel(QStringLiteral("winsock")), w),
-          printing({w.m_service, w.m_ports.http, w.m_ports.textPrinter, w.m_ports.spooler, w.m_ports.dialogs,
-                    w.m_ports.yield},
+          printing({w.m_service, w.m_ports.http, w.m_ports.textPrinter, w.m_ports.spooler, w.m_ports.dialogs},
                    w.m_config.reportsUrl),
           logic(w.m_state, w.m_ports.hostSocket, w.m_ports.dialogs, w.m_ports.yield, view,
                 [this, &w](const std::string& storeId, const std::string& reportName) {

@@ -106,7 +106,7 @@ protected:
         f.write(bytes);
     }
     DocumentPrinting printing(HttpClient& client) {
-        return DocumentPrinting({serviceClient, client, *textPrinter, *spooler, dialogs, *yield},
+        return DocumentPrinting({serviceClient, client, *textPrinter, *spooler, dialogs},
                                 service.baseUrl().toStdString() + "/Reports/");
     }
 
@@ -233,7 +233,7 @@ TEST_F(HostE2ETest, ReportsServerDownOrSilentGivesTheNotFoundMessage) {
     for (const auto& base : {std::string("http://127.0.0.1:1/Reports/"),
                              "http://127.0.0.1:" + std::to_string(silent.serverPort()) + "/Reports/"}) {
         dialogs.shown.clear();
-        DocumentPrinting down({serviceClient, *http, *textPrinter, *spooler, dialogs, *yield}, base);
+        DocumentPrinting down({serviceClient, *http, *textPrinter, *spooler, dialogs}, base);
         down.printReport("1234567890", "daily.txt", [] { return std::string("reports"); });
         ASSERT_EQ(dialogs.shown.size(), 1u) << base;
         EXPECT_EQ(dialogs.shown[0].text,

@@ -2,6 +2,7 @@
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
 #include "tests/support/FakePorts.h"
+#include "uploader/frmUploader.h"
 
 #include <QAction>
 #include <QDialog>
@@ -142,9 +143,13 @@ TEST_F(TerminalTest, UploaderRefusesWithMoreThanOneStore) {
     EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
     EXPECT_EQ(w.findChild<QDialog*>(QStringLiteral("frmUploader")), nullptr);
 
-    // Picking one store from the drop-down opens it.
-    w.buttonMenu(QStringLiteral("uploader"))->actions()[1]->trigger();
-    EXPECT_NE(w.findChild<QDialog*>(QStringLiteral("frmUploader")), nullptr);
+    // Picking one store from the drop-down opens it; picking another while it is open moves it.
+    for (int store : {1, 0}) {
+        w.buttonMenu(QStringLiteral("uploader"))->actions()[store]->trigger();
+        auto* uploader = w.findChild<frmUploader*>(QStringLiteral("frmUploader"));
+        ASSERT_NE(uploader, nullptr);
+        EXPECT_EQ(uploader->storeIndex(), store);
+    }
 }
 
 TEST_F(TerminalTest, UploaderOpensForTheOnlyStore) {
@@ -178,6 +183,7 @@ TEST_F(TerminalTest, ToolbarButtonsAndTrayMenu) {
                            QStringLiteral("mnuReports"), QStringLiteral("mnuAbout"), QStringLiteral("mnuUploader"),
                            QStringLiteral("mnuBreak"), QStringLiteral("mnuExit")}));
     EXPECT_EQ(w.cSysTray1->toolTip(), QStringLiteral("VORNE Terminal"));
+    EXPECT_TRUE(w.cSysTray1->isVisible());
 }
 
 TEST_F(TerminalTest, ReportsOpenTheBackOfficeInTheBrowser) {

@@ -53,7 +53,7 @@ protected:
     test::FakePorts fake;
     IdentityCodec codec;
     ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
-    DocumentPrinting printing{{service, fake.http, fake.textPrinter, fake.spooler, fake.dialogs, fake.yield}, base};
+    DocumentPrinting printing{{service, fake.http, fake.textPrinter, fake.spooler, fake.dialogs}, base};
     std::map<std::string, std::string> documents{
         {std::string(base) + "12345/1234567890/daily.txt", "page1\fpage2"},
         {std::string(base) + "12345/1234567890/receipt.prn", rawBytes},
