@@ -2,12 +2,6 @@
 #include "platform/Adapters.h"
 #include "platform/NetworkAdapters.h"
 
-#ifndef WIN32_LEAN_AND_MEAN
-#define WIN32_LEAN_AND_MEAN
-#endif
-#ifndef NOMINMAX
-#define NOMINMAX
-#endif
 #include <windows.h>
 #include <winsock2.h>
 
