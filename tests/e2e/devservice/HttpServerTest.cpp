@@ -69,13 +69,6 @@ TEST_F(HttpServerTest, EndpointTakesTheBodyRawAndLogsIt) {
     EXPECT_EQ(logged[0].path, HttpServer::endpointPath);
 }
 
-TEST_F(HttpServerTest, HelpdeskKeyAndStoreListOverTheWire) {
-    EXPECT_EQ(post("h=1&oncall=1"), "oncall1@vorne.example|oncall2@vorne.example|");
-    const auto stores = post("mac=001A2B3C4D5E");
-    EXPECT_EQ(std::count(stores.begin(), stores.end(), '|'), 44);
-    EXPECT_EQ(db.requests("h=1&oncall=").size(), 1u);
-}
-
 TEST_F(HttpServerTest, BadAndHugeBodiesAreAnsweredAndTheServerGoesOn) {
     auto c = client();
     auto garbage = c.Post(HttpServer::endpointPath, std::string("\0\xff=|||", 6), "application/octet-stream");
@@ -146,12 +139,6 @@ TEST_F(HttpServerTest, UpdateFilesAreServedAndTheDescriptionNamesThisServer) {
     std::filesystem::remove(folder.path() / "files/rdp/setup.exe");
     EXPECT_EQ(c.Get("/rdp/setup.exe")->status, 404);
     EXPECT_EQ(c.Get("/elsewhere")->status, 404);
-}
-
-TEST_F(HttpServerTest, AdminWritesFromASecondConnectionAreSeenAtOnce) {
-    Database admin(folder.file("service.db"));
-    admin.setShutDown("STORE01", true);
-    EXPECT_EQ(post("store=1"), "STORE01|");
 }
 
 } // namespace

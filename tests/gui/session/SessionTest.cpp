@@ -120,21 +120,6 @@ TEST_F(SessionTest, DoubleClickStartsTheClientAndTakesItsWindow) {
     EXPECT_EQ(w.state().stores.at(1).connectState, 3);
 }
 
-TEST_F(SessionTest, ShortDomainStartsTheOldClientAndNoSettingsRowGetsTheDefault) {
-    replies["mac="] = "001122334455|77|T7|u|p|h7|23|DO|x|S7|D7|";
-    replies["prt="] = "";
-    auto& w = load();
-    w.connectStore(0);
-    ASSERT_EQ(fake.processLauncher.started.size(), 1u);
-    EXPECT_EQ(fake.processLauncher.started[0].first,
-              programFolder() + "gs_clnt.exe -bT7 -uu -P23 -pp -hh7 -dDO -H180 -z -x77");
-    EXPECT_EQ(w.state().settings.get("prt1"), "<unassigned>");
-    // The window was not there after the wait: the station still hides and the tick finds it.
-    EXPECT_EQ(w.state().clientWindow, 0u);
-    EXPECT_TRUE(fake.clientWindows.shown.empty());
-    EXPECT_FALSE(w.isVisible());
-}
-
 struct RefusalCase {
     const char* name;
     std::function<void(StoreEntry&)> change;
@@ -197,36 +182,6 @@ TEST_F(SessionTest, ClientThatCannotStartEndsQuietlyAndTheNextTickGivesTheRowBac
     w.Timer1_Timer();
     EXPECT_TRUE(normal(0));
     EXPECT_TRUE(connectEnabled());
-}
-
-TEST_F(SessionTest, StoreShutDownShowsInItsRowUntilReopened) {
-    auto& w = load();
-    replies["store="] = "STORE1|";
-    fake.clock.time += std::chrono::hours(9);
-    w.Timer1_Timer(); // polls
-    w.Timer1_Timer(); // shows
-    EXPECT_EQ(status(1), "Store Shutdown for Maint @ " + dateTimeText(fake.clock.time));
-    EXPECT_TRUE(normal(1));
-    EXPECT_EQ(status(0), "");
-    replies["store="] = "";
-    for (int tick = 3; tick <= 14; ++tick) // ticks 13 and 14 poll again
-        w.Timer1_Timer();
-    EXPECT_EQ(w.state().stores.at(1).status, "R");
-    w.Timer1_Timer();
-    EXPECT_EQ(status(1), "");
-    EXPECT_EQ(w.state().stores.at(1).status, " ");
-    const auto polls = std::count_if(fake.http.calls.begin(), fake.http.calls.end(),
-                                     [](const auto& c) { return c.body == "store=1"; });
-    EXPECT_EQ(polls, 3);
-}
-
-TEST_F(SessionTest, SettingsLoadedAtStartAndWrittenAtExit) {
-    auto& w = load();
-    EXPECT_EQ(w.state().settings.get("prt0"), "R1");
-    EXPECT_EQ(w.state().settings.get("Prefix"), "AB");
-    w.state().settings.set("prt1", "L&2");
-    w.Form_Unload();
-    EXPECT_EQ(fake.http.bodies().back(), "prtupt=R1|L&amp;2|P3|||AB|001122334455|");
 }
 
 TEST_F(SessionTest, ShortSettingsReplyStillOpensAndSaysSo) {
