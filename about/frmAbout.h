@@ -1,5 +1,5 @@
 #pragma once
-#include "shell/StationState.h"
+#include "core/StationState.h"
 
 #include <QDialog>
 

@@ -1,8 +1,8 @@
 // The station program: builds the platform adapters and hands over to Module1::Main.
-#include "platform/Adapters.h"
+#include "app/SystemPorts.h"
+#include "core/ProgramVersion.h"
 #include "platform/StationConfig.h"
 #include "shell/Module1.h"
-#include "shell/ProgramVersion.h"
 
 #include <QApplication>
 

@@ -33,6 +33,7 @@ public:
     std::string openFile(const std::string&, const std::string&) override { return {}; }
     std::string saveFile(const std::string&, const std::string&) override { return {}; }
     void yield() override {}
+    void pause(std::chrono::milliseconds) override {}
     void setEvents(Events) override {}
     void connectTo(const std::string&, std::uint16_t) override {}
     void close() override {}

@@ -1,7 +1,7 @@
 // Starts either the station's main window (against the service the environment names) or a
 // minimal Qt window, waits until it is shown, prints its resident memory and exits. Timing is done
 // from outside, by bench/startup_ratio.sh, so process start-up counts too.
-#include "platform/Adapters.h"
+#include "app/SystemPorts.h"
 #include "platform/StationConfig.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"

@@ -1,6 +1,6 @@
-// Parse of a full store list reply: the split at "|" and the record reading of 300 stores.
-#include "service/Text.h"
-#include "shell/StoreList.h"
+// Reading store list replies: a full list of 300 stores, and the largest reply the transport lets
+// through made of bare "|", which must cost no more than a walk over its bytes.
+#include "service/Replies.h"
 
 #include <benchmark/benchmark.h>
 
@@ -21,12 +21,22 @@ std::string reply300() {
 void BM_ParseStoreList300(benchmark::State& state) {
     const auto text = reply300();
     for (auto _ : state) {
-        auto reply = station::parseStoreList(station::text::split(text, '|'));
+        auto reply = station::readStoreList(text);
         benchmark::DoNotOptimize(reply);
     }
     state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
 }
 BENCHMARK(BM_ParseStoreList300);
+
+void BM_ReadStoreListOfBars4MB(benchmark::State& state) {
+    const std::string text(4 << 20, '|');
+    for (auto _ : state) {
+        auto reply = station::readStoreList(text);
+        benchmark::DoNotOptimize(reply);
+    }
+    state.SetBytesProcessed(static_cast<std::int64_t>(state.iterations() * text.size()));
+}
+BENCHMARK(BM_ReadStoreListOfBars4MB)->Unit(benchmark::kMillisecond);
 
 } // namespace
 

@@ -1,62 +1,35 @@
 #include "config/SettingsSync.h"
 
-#include "service/Text.h"
-#include "shell/StationIdentity.h"
+#include "core/StationIdentity.h"
 
-#include <algorithm>
+#include <string_view>
+#include <unordered_map>
+#include <unordered_set>
+#include <vector>
 
 namespace station {
 
-SettingsReply parseSettingsReply(const std::vector<std::string>& parts) {
-    SettingsReply reply;
-    const auto n = static_cast<long>(parts.size()) - 1;
-    for (long i = 0; i <= n - 1; i += 6) {
-        if (i + 5 > n) {
-            reply.shortRow = true;
-            break;
-        }
-        std::array<std::string, 6> row;
-        for (std::size_t f = 0; f < row.size(); ++f)
-            row[f] = parts[static_cast<std::size_t>(i) + f];
-        reply.rows.push_back(std::move(row));
-    }
-    reply.unknownStation = n == 0;
-    return reply;
-}
-
-std::string stationAddValue(const std::string& stationId) {
-    return stripDashes(escapeAmpersands(stationId.substr(0, 17)));
-}
-
-std::string settingsWriteValue(const StationSettings& settings, const std::string& stationId) {
-    if (text::trim(stationId).empty())
-        return {};
-    std::string value;
-    for (const auto field : StationSettings::fieldNames)
-        value += (settings.isOpen() ? text::trim(settings.get(field)) : std::string()) + "|";
-    value += stripDashes(stationId) + "|";
-    return escapeAmpersands(value);
-}
-
-void applyStoreStatus(const std::vector<std::string>& parts, StoreTable& stores,
-                      std::chrono::system_clock::time_point now) {
-    // The piece after the last "|" is no store key.
-    const auto data = parts.empty() ? std::size_t{0} : parts.size() - 1;
-    const auto begin = parts.begin();
-    const auto end = begin + static_cast<std::ptrdiff_t>(data);
-    for (auto part = begin; part != end; ++part)
-        for (std::size_t j = 0; j < StoreTable::capacity; ++j)
-            if (auto& e = stores.at(j); e.storeName == *part && e.status == " ") {
+void applyStoreStatus(const MaintenanceList& list, StoreTable& stores, std::chrono::system_clock::time_point now) {
+    // The list may be long and the table is short: index the table's names once, then walk the
+    // list a single time.
+    std::unordered_map<std::string_view, std::vector<std::size_t>> entriesByName;
+    for (std::size_t j = 0; j < StoreTable::capacity; ++j)
+        entriesByName[stores.at(j).storeName].push_back(j);
+    std::unordered_set<std::string_view> named;
+    list.forEachKey([&](std::string_view key) {
+        const auto it = entriesByName.find(key);
+        if (it == entriesByName.end())
+            return;
+        named.insert(it->first);
+        for (const auto j : it->second)
+            if (auto& e = stores.at(j); e.status == " ") {
                 e.status = "Y";
                 e.maintenanceTime = now;
             }
+    });
     for (std::size_t j = 0; j < StoreTable::capacity; ++j)
-        if (auto& e = stores.at(j); std::find(begin, end, e.storeName) == end)
+        if (auto& e = stores.at(j); !named.contains(e.storeName))
             e.status = "R";
-}
-
-std::string updateAddressFromReply(const std::vector<std::string>& parts) {
-    return parts.size() > 2 ? parts[1] : std::string();
 }
 
 void SettingsSync::refreshIdentity() {
@@ -65,39 +38,37 @@ void SettingsSync::refreshIdentity() {
 
 void SettingsSync::loadSettings() {
     refreshIdentity();
-    const auto parts = m_service.request("prt=", stripDashes(m_state.stationId));
-    if (!parts)
+    const auto reply = m_service.deviceSettings(m_state.stationId);
+    if (!reply)
         return;
-    const auto reply = parseSettingsReply(*parts);
-    for (const auto& row : reply.rows) {
+    if (reply->row) {
         m_state.settings.addRow();
-        for (std::size_t f = 0; f < row.size(); ++f)
-            m_state.settings.set(StationSettings::fieldNames[f], row[f]);
+        for (std::size_t f = 0; f < reply->row->size(); ++f)
+            m_state.settings.set(StationSettings::fieldNames[f], (*reply->row)[f]);
     }
-    if (reply.shortRow)
+    if (reply->shortRow)
         throw ShortSettingsRow("The station settings from the service end inside a row; that row was left out");
-    if (reply.unknownStation) {
+    if (reply->unknownStation) {
         // From here on the station is known by its first adapter only.
         m_state.stationId = m_state.stationId.substr(0, 17);
-        (void)m_service.request("prtadd=", stationAddValue(m_state.stationId));
+        m_service.addStation(m_state.stationId);
     }
 }
 
 void SettingsSync::writeSettings() {
     refreshIdentity();
-    (void)m_service.request("prtupt=", settingsWriteValue(m_state.settings, m_state.stationId));
+    m_service.writeDeviceSettings(m_state.settings, m_state.stationId);
 }
 
 void SettingsSync::storeMaintenancePoll() {
     refreshIdentity();
-    if (const auto parts = m_service.request("store=", "1"))
-        applyStoreStatus(*parts, m_state.stores, m_clock.now());
+    if (const auto list = m_service.storesInMaintenance())
+        applyStoreStatus(*list, m_state.stores, m_clock.now());
 }
 
 std::string SettingsSync::updateAddress() {
     refreshIdentity();
-    const auto parts = m_service.request("upd1=", stripDashes(m_state.stationId));
-    return parts ? updateAddressFromReply(*parts) : std::string();
+    return m_service.updateAddress(m_state.stationId);
 }
 
 } // namespace station

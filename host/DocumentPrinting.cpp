@@ -1,6 +1,6 @@
 #include "host/DocumentPrinting.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 #include <charconv>
 
@@ -68,17 +68,6 @@ std::string notFoundMessage(std::string_view storeId, std::string_view name) {
 
 } // namespace
 
-ReportFormat parseReportFormat(const std::optional<std::vector<std::string>>& reply) {
-    if (!reply || reply->size() != 4)
-        return {};
-    const auto& f = *reply;
-    return {f[0], f[1], f[2] == "L"};
-}
-
-ReportFormat getReportFormat(const ServiceClient& service, std::string_view prefix) {
-    return parseReportFormat(service.request("report=", prefix));
-}
-
 std::string documentName(std::string_view name) {
     const auto slash = name.rfind('\\');
     return std::string(slash == std::string_view::npos ? name : name.substr(slash + 1));
@@ -120,7 +109,8 @@ std::optional<float> fontSize(std::string_view size) {
 }
 
 PrinterChoice getPrinters(const ServiceClient& service, std::string_view stationId, std::size_t index) {
-    const auto fields = service.request("prt=", stripDashes(stationId)).value_or(std::vector<std::string>{});
+    const auto reply = service.deviceSettings(stationId);
+    const auto fields = reply ? reply->leading : std::vector<std::string>{};
     if (fields.size() <= index || fields.size() <= 4)
         throw PrintFault(PrintFault::subscriptOutOfRange, "Subscript out of range");
     return {fields[index], fields[4]};
@@ -166,7 +156,7 @@ void DocumentPrinting::printReport(const std::string& storeId, const std::string
         return;
     }
     ReportFormat format;
-    orSkip([&] { format = getReportFormat(m_ports.service, std::string_view(name).substr(0, 3)); });
+    orSkip([&] { format = m_ports.service.reportFormat(std::string_view(name).substr(0, 3)); });
     auto& printer = m_ports.textPrinter;
     orSkip([&] { selectPrinter(printer, text::trim(printerName())); });
     orSkip([&] {

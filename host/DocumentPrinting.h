@@ -16,18 +16,6 @@
 
 namespace station {
 
-struct ReportFormat {
-    std::string font = "courier";
-    std::string size = "10";
-    bool landscape = true; ///< the fallback prints in landscape on purpose
-};
-
-/// Reads a "report=" reply: exactly four fields give font, size and orientation ("L" is
-/// landscape, case counts); anything else gives the fallback format.
-ReportFormat parseReportFormat(const std::optional<std::vector<std::string>>& reply);
-/// The format of the reports whose names begin with `prefix` (three characters).
-ReportFormat getReportFormat(const ServiceClient& service, std::string_view prefix);
-
 /// The name without its directory part (everything up to the last "\").
 std::string documentName(std::string_view name);
 /// Base + first five characters of the store id + "/" + store id + "/" + name. Each segment is

@@ -1,10 +1,10 @@
 #pragma once
 // The line to the store host: dialling round the address list, the host's commands and the
 // station's answers.
+#include "core/StationState.h"
 #include "platform/Dialogs.h"
 #include "platform/HostSocket.h"
 #include "platform/Yield.h"
-#include "shell/StationState.h"
 
 #include <functional>
 #include <string>

@@ -1,6 +1,6 @@
 #include "host/HostCommands.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 namespace station {
 

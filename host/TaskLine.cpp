@@ -1,6 +1,6 @@
 #include "host/TaskLine.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 #include <charconv>
 

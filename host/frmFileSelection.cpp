@@ -1,8 +1,8 @@
 #include "host/frmFileSelection.h"
 
+#include "core/StationIdentity.h"
 #include "host/DocumentPrinting.h"
 #include "host/TaskLine.h"
-#include "shell/StationIdentity.h"
 
 #include <QLabel>
 #include <QTimer>

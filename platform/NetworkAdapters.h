@@ -1,6 +1,6 @@
 #pragma once
-#include <cstdint>
-#include <string>
+#include "core/StationIdentity.h"
+
 #include <vector>
 
 namespace station {
@@ -8,10 +8,7 @@ namespace station {
 /// The PC's network adapters with their physical (hardware) addresses.
 class NetworkAdapters {
 public:
-    struct Adapter {
-        std::string name;
-        std::vector<std::uint8_t> address;
-    };
+    using Adapter = NetworkAdapter;
     virtual ~NetworkAdapters() = default;
     /// Adapters in the system's enumeration order, loopback left out.
     virtual std::vector<Adapter> list() = 0;

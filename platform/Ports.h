@@ -7,6 +7,7 @@
 #include "platform/HttpClient.h"
 #include "platform/NetworkAdapters.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/SharedLibraries.h"
 #include "platform/SingleInstance.h"
 #include "platform/Spooler.h"
 #include "platform/TextPrinter.h"
@@ -29,6 +30,7 @@ struct Ports {
     HostSocket& hostSocket;
     Spooler& spooler;
     TextPrinter& textPrinter;
+    SharedLibraries& libraries;
 };
 
 } // namespace station

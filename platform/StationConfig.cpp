@@ -1,9 +1,9 @@
 #include "platform/StationConfig.h"
 
 #include "BuildConfig.h"
+#include "core/Environment.h"
 
 #include <charconv>
-#include <cstdlib>
 
 namespace station {
 
@@ -31,11 +31,7 @@ StationConfig StationConfig::resolve(const Lookup& lookup) {
 }
 
 StationConfig StationConfig::fromEnvironment() {
-    return resolve([](const char* name) -> std::optional<std::string> {
-        if (const char* v = std::getenv(name))
-            return std::string(v);
-        return std::nullopt;
-    });
+    return resolve(environmentVariable);
 }
 
 } // namespace station

@@ -1,4 +1,5 @@
 #pragma once
+#include <chrono>
 
 namespace station {
 
@@ -6,7 +7,10 @@ namespace station {
 class Yield {
 public:
     virtual ~Yield() = default;
+    /// Runs the events that are waiting now.
     virtual void yield() = 0;
+    /// Lets events run for `duration`, then returns.
+    virtual void pause(std::chrono::milliseconds duration) = 0;
 };
 
 } // namespace station

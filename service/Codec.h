@@ -1,4 +1,6 @@
 #pragma once
+#include "platform/SharedLibraries.h"
+
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -33,6 +35,6 @@ struct CodecLoadError : std::runtime_error {
 /// Each returns the length of its result and writes it to `out` when it fits in `outCap`;
 /// the caller calls again with a larger buffer otherwise. Throws CodecLoadError when the library
 /// or one of the two operations cannot be loaded.
-std::unique_ptr<Codec> loadCodec(const std::string& libraryPath);
+std::unique_ptr<Codec> loadCodec(const std::string& libraryPath, SharedLibraries& libraries);
 
 } // namespace station

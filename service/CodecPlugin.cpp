@@ -1,6 +1,6 @@
 #include "service/Codec.h"
 
-#include <QLibrary>
+#include <algorithm>
 
 namespace station {
 namespace {
@@ -9,11 +9,10 @@ using CodecFn = std::size_t (*)(const char*, std::size_t, char*, std::size_t);
 
 class PluginCodec final : public Codec {
 public:
-    explicit PluginCodec(const std::string& path) : m_library(QString::fromStdString(path)) {
-        if (!m_library.load())
-            throw CodecLoadError("cannot load codec " + path + ": " + m_library.errorString().toStdString());
-        m_encode = reinterpret_cast<CodecFn>(m_library.resolve("station_codec_encode"));
-        m_decode = reinterpret_cast<CodecFn>(m_library.resolve("station_codec_decode"));
+    PluginCodec(std::unique_ptr<SharedLibraries::Library> library, const std::string& path)
+        : m_library(std::move(library)) {
+        m_encode = reinterpret_cast<CodecFn>(m_library->function("station_codec_encode"));
+        m_decode = reinterpret_cast<CodecFn>(m_library->function("station_codec_decode"));
         if (!m_encode || !m_decode)
             throw CodecLoadError("codec " + path + " lacks station_codec_encode or station_codec_decode");
     }
@@ -33,17 +32,21 @@ private:
         return out;
     }
 
-    QLibrary m_library;
+    std::unique_ptr<SharedLibraries::Library> m_library;
     CodecFn m_encode = nullptr;
     CodecFn m_decode = nullptr;
 };
 
 } // namespace
 
-std::unique_ptr<Codec> loadCodec(const std::string& libraryPath) {
+std::unique_ptr<Codec> loadCodec(const std::string& libraryPath, SharedLibraries& libraries) {
     if (libraryPath.empty())
         return std::make_unique<IdentityCodec>();
-    return std::make_unique<PluginCodec>(libraryPath);
+    try {
+        return std::make_unique<PluginCodec>(libraries.load(libraryPath), libraryPath);
+    } catch (const SharedLibraries::LoadError& e) {
+        throw CodecLoadError("cannot load codec " + libraryPath + ": " + e.what());
+    }
 }
 
 } // namespace station

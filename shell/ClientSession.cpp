@@ -1,8 +1,8 @@
 #include "shell/ClientSession.h"
 
-#include "service/Text.h"
+#include "core/Environment.h"
+#include "core/Text.h"
 
-#include <ctime>
 #include <utility>
 
 namespace station {
@@ -69,16 +69,6 @@ std::string clientTitle(const std::string& clusterAddress) {
 
 std::string connectedTitle(const StoreEntry& entry) {
     return titlePrefix + entry.clusterAddress + " x:" + entry.serialNumber;
-}
-
-std::string dateTimeText(std::chrono::system_clock::time_point time) {
-    const auto t = std::chrono::system_clock::to_time_t(time);
-    std::tm local{};
-    if (const auto* tm = std::localtime(&t))
-        local = *tm;
-    char buffer[32];
-    const auto n = std::strftime(buffer, sizeof buffer, "%Y-%m-%d %H:%M:%S", &local);
-    return std::string(buffer, n);
 }
 
 std::string maintenanceText(const StoreEntry& entry) {

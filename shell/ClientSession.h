@@ -1,7 +1,7 @@
 #pragma once
 // The decisions of the telnet client session: what a connection needs, how the client is
 // started, and what each supervision tick does to a store row.
-#include "shell/StationState.h"
+#include "core/StationState.h"
 
 #include <chrono>
 #include <string>
@@ -31,8 +31,6 @@ std::string clientTitle(const std::string& clusterAddress);
 /// Title of the client window once it is connected.
 std::string connectedTitle(const StoreEntry& entry);
 
-/// A date and time as the status column shows it (local time).
-std::string dateTimeText(std::chrono::system_clock::time_point time);
 /// Status text of a store shut down for maintenance.
 std::string maintenanceText(const StoreEntry& entry);
 

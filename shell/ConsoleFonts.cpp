@@ -1,6 +1,6 @@
 #include "shell/ConsoleFonts.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 #include <charconv>
 

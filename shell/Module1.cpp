@@ -15,7 +15,7 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
 
     std::unique_ptr<Codec> codec;
     try {
-        codec = loadCodec(config.codec);
+        codec = loadCodec(config.codec, ports.libraries);
     } catch (const CodecLoadError& e) {
         ports.dialogs.message(e.what(), Dialogs::Icon::Critical);
         return 1;

@@ -1,6 +1,6 @@
 #include "shell/StartMode.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 namespace station {
 

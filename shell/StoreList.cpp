@@ -1,45 +1,11 @@
 #include "shell/StoreList.h"
 
-#include "service/ServiceClient.h"
-#include "service/Text.h"
-#include "shell/StationIdentity.h"
+#include "core/StationIdentity.h"
+#include "core/Text.h"
 
 #include <charconv>
 
 namespace station {
-
-StoreListReply parseStoreList(const std::vector<std::string>& parts) {
-    StoreListReply reply;
-    // At least one whole record and the trailing piece: highest index 11.
-    if (parts.size() < storeRecordFields + 1)
-        return reply;
-    reply.hasData = true;
-    const std::size_t last = parts.size() - 1;
-    for (std::size_t j = 0; j + 1 <= last; j += storeRecordFields) {
-        if (j + storeRecordFields - 1 > last) {
-            reply.incompleteRecord = true;
-            break;
-        }
-        if (reply.stores.size() == StoreTable::capacity) {
-            ++reply.ignoredStores;
-            continue;
-        }
-        reply.stationId = parts[j];
-        StoreEntry e;
-        e.serialNumber = parts[j + 1];
-        e.terminalNumber = parts[j + 2];
-        e.userName = parts[j + 3];
-        e.password = parts[j + 4];
-        e.clusterAddress = parts[j + 5];
-        e.hostPort = parts[j + 6];
-        e.domainName = parts[j + 7];
-        e.extra1 = parts[j + 8];
-        e.storeName = parts[j + 9];
-        e.displayUser = parts[j + 10];
-        reply.stores.push_back(std::move(e));
-    }
-    return reply;
-}
 
 void applyStoreList(const StoreListReply& reply, StationState& state, Yield& yield) {
     for (std::size_t k = 0; k < reply.stores.size(); ++k) {
@@ -65,15 +31,14 @@ void applyStoreList(const StoreListReply& reply, StationState& state, Yield& yie
     state.stores.setCount(reply.stores.size());
 }
 
-StoreListReply fetchStoreList(const ServiceClient& service, NetworkAdapters& adapters, Yield& yield,
-                              StationState& state, const std::string& programVersion) {
+ServiceReply<StoreListReply> fetchStoreList(const ServiceClient& service, NetworkAdapters& adapters, Yield& yield,
+                                            StationState& state, const std::string& programVersion) {
     state.stationId = stationIdentity(adapters.list());
-    const auto parts = service.request("mac=", stripDashes(escapeAmpersands(state.stationId)));
-    auto reply = parts ? parseStoreList(*parts) : StoreListReply{};
-    if (!reply.hasData)
+    auto reply = service.storeList(state.stationId);
+    if (!reply || !reply->hasData)
         return reply;
-    applyStoreList(reply, state, yield);
-    service.request("updlast=", versionReport(programVersion, state.stationId));
+    applyStoreList(*reply, state, yield);
+    service.reportVersion(programVersion, state.stationId);
     return reply;
 }
 
@@ -96,11 +61,10 @@ std::string storeMenuText(const StoreEntry& entry) {
     return entry.serialNumber + " (" + entry.storeName + ")";
 }
 
-std::string versionReport(const std::string& programVersion, const std::string& stationId) {
-    return stripDashes(escapeAmpersands(programVersion + "|" + stationId + "|"));
-}
-
-std::string storeListNotice(const StoreListReply& reply) {
+std::string storeListNotice(const ServiceReply<StoreListReply>& fetched) {
+    if (!fetched)
+        return "The store list could not be fetched: the VORNEOnline service was not reached (" + fetched.error + ")";
+    const auto& reply = *fetched;
     std::string notice;
     if (reply.ignoredStores > 0)
         notice = "The service listed " + std::to_string(StoreTable::capacity + reply.ignoredStores) +

@@ -2,10 +2,10 @@
 
 #include "about/frmAbout.h"
 #include "config/frmPrinters.h"
+#include "core/ProgramVersion.h"
+#include "core/Text.h"
 #include "helpdesk/frmHelpdesk.h"
-#include "service/Text.h"
 #include "shell/ConsoleFonts.h"
-#include "shell/ProgramVersion.h"
 #include "shell/StoreList.h"
 #include "uploader/frmUploader.h"
 
@@ -254,7 +254,7 @@ void frmTerminal::whatsSupported() {
 
 void frmTerminal::getStoreList() {
     const auto reply = fetchStoreList(m_service, m_ports.adapters, m_ports.yield, m_state, programVersion());
-    if (reply.hasData) {
+    if (reply && reply->hasData) {
         auto* uploads = buttonMenu(QStringLiteral("uploader"));
         uploads->clear();
         for (std::size_t k = 0; k < m_state.stores.count(); ++k)

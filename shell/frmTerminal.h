@@ -1,9 +1,9 @@
 #pragma once
+#include "core/StationState.h"
 #include "platform/Ports.h"
 #include "platform/StationConfig.h"
 #include "service/ServiceClient.h"
 #include "shell/ListSort.h"
-#include "shell/StationState.h"
 #include "shell/TickCounter.h"
 
 #include <QMainWindow>

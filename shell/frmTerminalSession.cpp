@@ -2,7 +2,7 @@
 // on every tick, and the settings requests that go with them. Decisions live in ClientSession
 // and SettingsSync; this file reads and writes the controls.
 #include "config/SettingsSync.h"
-#include "service/Text.h"
+#include "core/Text.h"
 #include "shell/ClientSession.h"
 #include "shell/StoreList.h"
 #include "shell/frmTerminal.h"

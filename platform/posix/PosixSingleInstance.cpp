@@ -1,5 +1,6 @@
 // One copy per user: an advisory lock on a file named after the program and the user id. The
 // kernel drops the lock when the descriptor closes, so a crashed copy never leaves a stale guard.
+#include "core/Environment.h"
 #include "platform/Adapters.h"
 #include "platform/SingleInstance.h"
 
@@ -8,7 +9,6 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <cstdlib>
 #include <filesystem>
 #include <string>
 
@@ -19,8 +19,8 @@ namespace {
 std::filesystem::path lockFolder() {
     // The runtime folder is private to the user's session; the temp folder is shared, hence the
     // user id in the file name.
-    if (const char* runtime = std::getenv("XDG_RUNTIME_DIR"); runtime && *runtime)
-        return runtime;
+    if (auto runtime = environmentVariable("XDG_RUNTIME_DIR"); runtime && !runtime->empty())
+        return *runtime;
     std::error_code error;
     auto temp = std::filesystem::temp_directory_path(error);
     return error ? std::filesystem::path("/tmp") : temp;

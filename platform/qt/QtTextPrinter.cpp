@@ -28,6 +28,8 @@ public:
             m_printer.setPrinterName(info.printerName());
     }
 
+    std::string current() override { return m_printer.printerName().toStdString(); }
+
     void setFont(const std::string& family, float size) override {
         m_font.setFamily(QString::fromStdString(family));
         // A size of 0 or less keeps the current size.

@@ -3,6 +3,8 @@
 #include "platform/Yield.h"
 
 #include <QCoreApplication>
+#include <QEventLoop>
+#include <QTimer>
 
 namespace station {
 
@@ -11,6 +13,11 @@ namespace {
 class QtYield final : public Yield {
 public:
     void yield() override { QCoreApplication::processEvents(); }
+    void pause(std::chrono::milliseconds duration) override {
+        QEventLoop loop;
+        QTimer::singleShot(duration, &loop, &QEventLoop::quit);
+        loop.exec();
+    }
 };
 
 } // namespace

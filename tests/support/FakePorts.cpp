@@ -26,6 +26,22 @@ std::vector<std::string> FakeHttp::bodies() const {
     return out;
 }
 
+std::unique_ptr<SharedLibraries::Library> FakeLibraries::load(const std::string& path) {
+    const auto it = libraries.find(path);
+    if (it == libraries.end())
+        throw LoadError(path + ": no such file");
+    struct Loaded final : Library {
+        std::map<std::string, Function> functions;
+        Function function(const char* name) const override {
+            const auto f = functions.find(name);
+            return f == functions.end() ? nullptr : f->second;
+        }
+    };
+    auto loaded = std::make_unique<Loaded>();
+    loaded->functions = it->second;
+    return loaded;
+}
+
 std::string storeListReply(std::size_t count, const std::string& station) {
     std::string out;
     for (std::size_t k = 0; k < count; ++k) {

@@ -79,7 +79,9 @@ public:
 class CountingYield : public Yield {
 public:
     int count = 0;
+    std::vector<std::chrono::milliseconds> pauses;
     void yield() override { ++count; }
+    void pause(std::chrono::milliseconds duration) override { pauses.push_back(duration); }
 };
 
 class FakeClock : public Clock {
@@ -158,15 +160,17 @@ public:
 class FakeTextPrinter : public TextPrinter {
 public:
     std::vector<std::string> installed;
-    std::string current = "Default";
     std::vector<std::string> calls;
     std::vector<std::string> printers() override { return installed; }
     void select(const std::string& name) override {
         for (const auto& p : installed)
             if (p == name)
-                current = name;
+                currentPrinter = name;
         calls.push_back("select " + name);
     }
+    std::string current() override { return currentPrinter; }
+    /// Starts as the system's default printer; empty: there is none.
+    std::string currentPrinter = "Default";
     void setFont(const std::string& family, float size) override {
         calls.push_back("font " + family + " " + std::to_string(size));
     }
@@ -175,6 +179,13 @@ public:
     }
     void print(const std::string& text) override { calls.push_back("print " + text); }
     void endDocument() override { calls.push_back("end"); }
+};
+
+/// Libraries by path from a settable map of their functions.
+class FakeLibraries : public SharedLibraries {
+public:
+    std::map<std::string, std::map<std::string, Function>> libraries;
+    std::unique_ptr<Library> load(const std::string& path) override;
 };
 
 /// One of each fake, with the Ports view over them.
@@ -191,8 +202,9 @@ struct FakePorts {
     FakeHostSocket hostSocket;
     FakeSpooler spooler;
     FakeTextPrinter textPrinter;
-    Ports ports{http,  adapters,      singleInstance,  browser,    dialogs, yield,
-                clock, clientWindows, processLauncher, hostSocket, spooler, textPrinter};
+    FakeLibraries libraries;
+    Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,    clock,
+                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".

@@ -1,12 +1,12 @@
 // The host channel and document printing against real peers on loopback: hostsim as the store
 // host, the reference service for reports and printer replies, a private CUPS scheduler whose
 // raw queues write to files.
+#include "core/StationIdentity.h"
 #include "host/DocumentPrinting.h"
 #include "host/HostChannel.h"
 #include "host/TaskLine.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
-#include "shell/StationIdentity.h"
 #include "tests/e2e/host/PrintRig.h"
 #include "tests/support/FakePorts.h"
 

@@ -1,9 +1,9 @@
 // The station's start-up against the real reference service: in process with the real HTTP
 // adapter, and as the real program under a virtual display.
+#include "core/StationIdentity.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
-#include "shell/StationIdentity.h"
 #include "shell/StoreList.h"
 #include "shell/frmTerminal.h"
 #include "tests/e2e/support/Peers.h"
@@ -27,8 +27,9 @@ struct RealServicePorts {
     std::unique_ptr<HttpClient> http;
     std::unique_ptr<NetworkAdapters> adapters;
     test::FakePorts fake;
-    Ports ports{*http,      *adapters,          fake.singleInstance,  fake.browser,    fake.dialogs, fake.yield,
-                fake.clock, fake.clientWindows, fake.processLauncher, fake.hostSocket, fake.spooler, fake.textPrinter};
+    Ports ports{*http,        *adapters,        fake.singleInstance, fake.browser,         fake.dialogs,
+                fake.yield,   fake.clock,       fake.clientWindows,  fake.processLauncher, fake.hostSocket,
+                fake.spooler, fake.textPrinter, fake.libraries};
 };
 
 TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
@@ -41,10 +42,9 @@ TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
     ServiceClient client(*real.http, codec, config.serviceUrl);
 
     // What the service holds for this station, asked the same way.
-    const auto id = stripDashes(stationIdentity(real.adapters->list()));
-    const auto parts = client.request("mac=", id);
-    ASSERT_TRUE(parts);
-    const auto expected = parseStoreList(*parts);
+    const auto fetched = client.storeList(stationIdentity(real.adapters->list()));
+    ASSERT_TRUE(fetched) << fetched.error;
+    const auto& expected = *fetched;
     ASSERT_GE(expected.stores.size(), 2u) << "the service seeds demo stores for any station";
 
     frmTerminal window(real.ports, config, client);
@@ -61,15 +61,26 @@ TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
 
 TEST(Startup, RequestsReachTheServiceInTheirWireShapeAndRepliesSplitAtEveryBar) {
     test::DevService service;
-    service.admin({QStringLiteral("set-reply"), QStringLiteral("Store A|A&amp;B||")});
+    service.admin({QStringLiteral("set-reply"), QStringLiteral("ID|SER|T1|u|p|10.0.0.1|23|DOM||A&amp;B||")});
     RealServicePorts real;
     IdentityCodec codec;
     ServiceClient client(*real.http, codec, service.serviceUrl().toStdString());
 
-    const auto list = client.request("mac=", stripDashes("00-1A-2B-3C-4D-5E"));
-    ASSERT_TRUE(list);
-    EXPECT_EQ(*list, (std::vector<std::string>{"Store A", "A&amp;B", "", ""}));
-    ASSERT_TRUE(client.request("prtupt=", escapeAmpersands("R&D|L 1|%41+|||") + "001A2B"));
+    // One record of eleven pieces and the empty one after the last bar; empty pieces stay
+    // fields and entities are left as they came.
+    const auto list = client.storeList("00-1A-2B-3C-4D-5E");
+    ASSERT_TRUE(list) << list.error;
+    ASSERT_EQ(list->stores.size(), 1u);
+    EXPECT_EQ(list->stores[0].extra1, "");
+    EXPECT_EQ(list->stores[0].storeName, "A&amp;B");
+    EXPECT_EQ(list->stores[0].displayUser, "");
+    StationSettings settings;
+    settings.open();
+    settings.addRow();
+    settings.set("prt0", "R&D");
+    settings.set("prt1", "L 1");
+    settings.set("prt2", "%41+");
+    client.writeDeviceSettings(settings, "00-1A-2B");
 
     // The service's log holds each body as it came: key, then the value with nothing but the
     // ampersands escaped. Columns: id, method, path, status, key, value, reply, content type.
@@ -81,7 +92,7 @@ TEST(Startup, RequestsReachTheServiceInTheirWireShapeAndRepliesSplitAtEveryBar) 
     ASSERT_EQ(write.size(), 8);
     EXPECT_EQ(mac[1], QStringLiteral("POST"));
     EXPECT_EQ(mac[4] + mac[5], QStringLiteral("mac=001A2B3C4D5E"));
-    EXPECT_EQ(write[4] + write[5], QStringLiteral("prtupt=R&amp;D|L 1|%41+|||001A2B"));
+    EXPECT_EQ(write[4] + write[5], QStringLiteral("prtupt=R&amp;D|L 1|%41+||||001A2B|"));
     for (const auto& request : {mac, write})
         EXPECT_EQ(request[7], QStringLiteral("application/x-www-form-urlencoded"));
 }

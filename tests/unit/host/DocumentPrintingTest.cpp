@@ -127,7 +127,7 @@ INSTANTIATE_TEST_SUITE_P(Replies, ReportFormatTest,
 
 TEST_F(PrintingTest, UnknownReportPrinterLeavesTheCurrentOne) {
     printReport("1234567890", "daily.txt", "Nowhere");
-    EXPECT_EQ(fake.textPrinter.current, "Default");
+    EXPECT_EQ(fake.textPrinter.currentPrinter, "Default");
     EXPECT_EQ(fake.textPrinter.calls.front(), "font Arial 12.000000");
     EXPECT_EQ(fake.textPrinter.calls.back(), "end");
 }

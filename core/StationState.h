@@ -1,8 +1,7 @@
 #pragma once
 // The station's shared state: one object, owned by the main window for the whole run and handed
 // by reference to whoever reads or changes it.
-#include "platform/ClientWindows.h"
-#include "shell/StationSettings.h"
+#include "core/StationSettings.h"
 
 #include <array>
 #include <chrono>
@@ -12,6 +11,9 @@
 #include <vector>
 
 namespace station {
+
+/// A top-level window of another program; 0 means none.
+using WindowHandle = std::uintptr_t;
 
 /// One store connection of this station, fields in the order the service sends them.
 struct StoreEntry {
@@ -79,7 +81,7 @@ struct StationState {
     std::int16_t channelTimeout = 0;
 
     // The telnet client of the last connection.
-    ClientWindows::Handle clientWindow = 0;
+    WindowHandle clientWindow = 0;
     std::string loginUser;
     std::string loginHost;
     std::string loginPort;

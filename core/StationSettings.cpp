@@ -1,6 +1,6 @@
-#include "shell/StationSettings.h"
+#include "core/StationSettings.h"
 
-#include "service/Text.h"
+#include "core/Text.h"
 
 #include <stdexcept>
 

@@ -1,4 +1,4 @@
-#include "platform/Adapters.h"
+#include "app/SystemPorts.h"
 
 namespace station {
 
@@ -7,6 +7,7 @@ SystemPorts::SystemPorts(const std::string& singleInstanceName, const std::strin
       m_dialogs(makeDialogs(applicationTitle)), m_ports{*m_http,       *m_adapters,      *m_singleInstance,
                                                         *m_browser,    *m_dialogs,       *m_yield,
                                                         *m_clock,      *m_clientWindows, *m_processLauncher,
-                                                        *m_hostSocket, *m_spooler,       *m_textPrinter} {}
+                                                        *m_hostSocket, *m_spooler,       *m_textPrinter,
+                                                        *m_libraries} {}
 
 } // namespace station

@@ -1,4 +1,5 @@
 #include "shell/ClientSession.h"
+#include "core/Environment.h"
 #include "shell/TickCounter.h"
 
 #include <gtest/gtest.h>

@@ -1,4 +1,4 @@
-#include "shell/StationIdentity.h"
+#include "core/StationIdentity.h"
 
 namespace station {
 
@@ -15,7 +15,7 @@ std::string formatPhysicalAddress(const std::vector<std::uint8_t>& address) {
     return out;
 }
 
-std::string stationIdentity(const std::vector<NetworkAdapters::Adapter>& adapters) {
+std::string stationIdentity(const std::vector<NetworkAdapter>& adapters) {
     std::string id;
     for (const auto& adapter : adapters) {
         const auto text = formatPhysicalAddress(adapter.address);
@@ -28,7 +28,7 @@ std::string stationIdentity(const std::vector<NetworkAdapters::Adapter>& adapter
     return id;
 }
 
-std::string adapterListing(const std::vector<NetworkAdapters::Adapter>& adapters) {
+std::string adapterListing(const std::vector<NetworkAdapter>& adapters) {
     std::string out = std::to_string(adapters.size()) + " Adapter(s):";
     for (const auto& adapter : adapters)
         out += "\r\n" + adapter.name + " " + formatPhysicalAddress(adapter.address);

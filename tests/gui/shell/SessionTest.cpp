@@ -1,3 +1,4 @@
+#include "core/Environment.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
 #include "shell/ClientSession.h"

@@ -100,8 +100,9 @@ protected:
     std::unique_ptr<ClientWindows> clientWindows = makeClientWindows();
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     test::FakePorts fake;
-    Ports ports{*http,      fake.adapters,  fake.singleInstance, fake.browser,    fake.dialogs, fake.yield,
-                fake.clock, *clientWindows, *launcher,           fake.hostSocket, fake.spooler, fake.textPrinter};
+    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser, fake.dialogs,
+                fake.yield,   fake.clock,       *clientWindows,      *launcher,    fake.hostSocket,
+                fake.spooler, fake.textPrinter, fake.libraries};
     StationConfig config;
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
