@@ -57,18 +57,7 @@ private:
     std::size_t m_count = 0;
 };
 
-/// Sign-on data typed in or loaded from a connection file.
-struct ConnectionSettings {
-    std::string userName;
-    std::string password;
-    std::string hostAddress;
-    std::string domain;
-    std::string stationNumber;
-    std::string filePath;
-};
-
 struct StationState {
-    std::string commandParameter;
     std::string stationId;
     StoreTable stores;
     StationSettings settings;
@@ -78,15 +67,9 @@ struct StationState {
     std::int16_t serverIndex = 0;
     bool reconnectPending = false;
     std::uint16_t channelPort = 47000;
-    std::int16_t channelTimeout = 0;
 
-    // The telnet client of the last connection.
+    /// The telnet client's window found last; 0 while none.
     WindowHandle clientWindow = 0;
-    std::string loginUser;
-    std::string loginHost;
-    std::string loginPort;
-
-    ConnectionSettings connection;
 };
 
 } // namespace station

@@ -31,6 +31,7 @@ public:
     std::string openFile(const std::string&, const std::string&) override { return {}; }
     std::string saveFile(const std::string&, const std::string&) override { return {}; }
     void yield() override {}
+    void pause(std::chrono::milliseconds) override {}
     std::string panelText() const override { return text; }
     void setPanelText(const std::string& t) override { text = t; }
     std::string panelTag() const override { return tag; }

@@ -36,6 +36,7 @@ public:
     }
     std::vector<std::string> printers() override { return {"Office", "reports"}; }
     void select(const std::string&) override {}
+    std::string current() override { return "reports"; }
     void setFont(const std::string&, float) override {}
     void setOrientation(Orientation) override {}
     void print(const std::string& text) override { printed += text; }

@@ -29,11 +29,17 @@ std::string encodeSegment(std::string_view segment) {
     return out;
 }
 
-// From the download on, a failing step is skipped and the next one runs.
-template <typename Step> void orSkip(Step&& step) {
+// From the download on, a failing step is skipped and the next one runs. The first failure of
+// a printing step is kept, so the user learns why nothing came out. A spooler that cannot be
+// asked ends the job at once: every later step would only wait for it again.
+template <typename Step> void orSkip(Step&& step, std::string* firstFault = nullptr) {
     try {
         step();
-    } catch (const std::exception&) {
+    } catch (const SpoolerUnavailable&) {
+        throw;
+    } catch (const std::exception& e) {
+        if (firstFault && firstFault->empty())
+            *firstFault = e.what();
     }
 }
 
@@ -89,14 +95,15 @@ std::vector<std::string> printStatements(std::string_view text) {
     return out;
 }
 
-void selectPrinter(TextPrinter& printer, std::string_view name) {
+bool selectPrinter(TextPrinter& printer, std::string_view name) {
     const auto wanted = text::lower(name);
     for (const auto& installed : printer.printers()) {
         if (text::lower(installed) == wanted) {
             printer.select(installed);
-            return;
+            return true;
         }
     }
+    return !printer.current().empty();
 }
 
 std::optional<float> fontSize(std::string_view size) {
@@ -116,21 +123,22 @@ PrinterChoice getPrinters(const ServiceClient& service, std::string_view station
     return {fields[index], fields[4]};
 }
 
+std::string printFaultHead(std::string_view storeId, std::string_view name) {
+    return "Error Printing file, store = '" + std::string(storeId) + "', report = '" + std::string(name) + "'";
+}
+
 std::string printFaultMessage(std::string_view storeId, std::string_view name, int number) {
-    return "Error Printing file, store = '" + std::string(storeId) + "', report = '" + std::string(name) + "'\n" +
-           std::to_string(number);
+    return printFaultHead(storeId, name) + "\n" + std::to_string(number);
 }
 
 DocumentPrinting::DocumentPrinting(Ports ports, std::string reportsUrl)
     : m_ports(ports), m_reportsUrl(std::move(reportsUrl)) {}
 
-void DocumentPrinting::tell(const std::string& text) {
-    m_ports.dialogs.message(text, Dialogs::Icon::None, Dialogs::Buttons::Ok, std::nullopt);
+void DocumentPrinting::tell(const std::string& wireText, const std::string& detail) {
+    m_ports.dialogs.message(text::fromWire(wireText) + detail, Dialogs::Icon::None, Dialogs::Buttons::Ok, std::nullopt);
 }
 
 std::string DocumentPrinting::download(std::string_view storeId, std::string_view name) {
-    // The window waits for the download: a host command that arrives meanwhile runs after the
-    // report, never in the middle of it.
     const HttpClient::BasicAuth auth{"administrator", "lantern"};
     const auto response = m_ports.http.get(documentAddress(m_reportsUrl, storeId, name), &auth);
     // An error page is no document.
@@ -158,19 +166,38 @@ void DocumentPrinting::printReport(const std::string& storeId, const std::string
     ReportFormat format;
     orSkip([&] { format = m_ports.service.reportFormat(std::string_view(name).substr(0, 3)); });
     auto& printer = m_ports.textPrinter;
-    orSkip([&] { selectPrinter(printer, text::trim(printerName())); });
-    orSkip([&] {
-        // A size that is no number keeps the printer's current size.
-        printer.setFont(format.font, fontSize(format.size).value_or(0.0f));
-    });
-    orSkip([&] {
-        printer.setOrientation(format.landscape ? TextPrinter::Orientation::Landscape
-                                                : TextPrinter::Orientation::Portrait);
-    });
-    // No new-page call: the form feed that ends each statement ends the page.
-    for (const auto& statement : printStatements(text))
-        orSkip([&] { printer.print(statement); });
-    orSkip([&] { printer.endDocument(); });
+    std::string fault;
+    try {
+        const auto wanted = text::fromWire(text::trim(printerName()));
+        bool printable = true;
+        orSkip([&] { printable = selectPrinter(printer, wanted); }, &fault);
+        if (!printable) {
+            // Never a printer the station merely guessed: the first queue may be a receipt printer.
+            tell(printFaultHead(storeId, name),
+                 "\nThe printer '" + wanted + "' is not installed and no default printer is set.");
+            return;
+        }
+        orSkip(
+            [&] {
+                // A size that is no number keeps the printer's current size.
+                printer.setFont(format.font, fontSize(format.size).value_or(0.0f));
+            },
+            &fault);
+        orSkip(
+            [&] {
+                printer.setOrientation(format.landscape ? TextPrinter::Orientation::Landscape
+                                                        : TextPrinter::Orientation::Portrait);
+            },
+            &fault);
+        // No new-page call: the form feed that ends each statement ends the page.
+        for (const auto& statement : printStatements(text))
+            orSkip([&] { printer.print(statement); }, &fault);
+        orSkip([&] { printer.endDocument(); }, &fault);
+    } catch (const SpoolerUnavailable& e) {
+        fault = e.what();
+    }
+    if (!fault.empty())
+        tell(printFaultHead(storeId, name), "\n" + fault);
 }
 
 void DocumentPrinting::printRaw(DocumentKind kind, const std::string& storeId, const std::string& name,
@@ -191,7 +218,7 @@ void DocumentPrinting::printRaw(DocumentKind kind, const std::string& storeId, c
         tell(notFoundMessage(storeId, file));
         return;
     }
-    switch (m_ports.spooler.printRaw(printer, "AAAAAA", text)) {
+    switch (m_ports.spooler.printRaw(text::fromWire(printer), "AAAAAA", text)) {
     case Spooler::Result::Done:
         break;
     case Spooler::Result::UnknownPrinter:

@@ -25,8 +25,9 @@ std::string documentAddress(std::string_view reportsUrl, std::string_view storeI
 /// the last one is a statement of its own.
 std::vector<std::string> printStatements(std::string_view text);
 /// Makes current the first installed printer whose name equals `name`, both lower-cased; with
-/// no match the current printer stays.
-void selectPrinter(TextPrinter& printer, std::string_view name);
+/// no match the current printer stays. False when nothing would print: no match and no current
+/// printer (no default is set).
+bool selectPrinter(TextPrinter& printer, std::string_view name);
 /// The font size text as the printer takes it; nothing when it is no number.
 std::optional<float> fontSize(std::string_view size);
 
@@ -68,11 +69,12 @@ public:
     DocumentPrinting(Ports ports, std::string reportsUrl);
 
     /// Prints a report on the printer that `printerName` names when asked (after the checks and
-    /// the download); a printer that is not installed leaves the current one.
+    /// the download); a printer that is not installed leaves the current one. A report that
+    /// cannot print says why: no printer at all, a spooler that cannot be asked, a failing step.
     void printReport(const std::string& storeId, const std::string& reportName,
                      const std::function<std::string()>& printerName);
     /// Prints a receipt or label as raw bytes on the printer that `printerName` names. Throws
-    /// PrintFault when the job fails on the way.
+    /// PrintFault when the job fails on the way, SpoolerUnavailable when the spooler cannot be asked.
     void printRaw(DocumentKind kind, const std::string& storeId, const std::string& name,
                   const std::function<std::string()>& printerName);
 
@@ -80,13 +82,16 @@ public:
     std::string download(std::string_view storeId, std::string_view name);
 
 private:
-    void tell(const std::string& text);
+    /// A message box of the wire text (decoded) and a detail already in UTF-8.
+    void tell(const std::string& wireText, const std::string& detail = {});
 
     Ports m_ports;
     std::string m_reportsUrl;
 };
 
-/// The first lines of the message of a failed print job; the fault's number follows.
+/// The first line of the message of a failed print job: "Error Printing file, store = ...".
+std::string printFaultHead(std::string_view storeId, std::string_view name);
+/// The message of a failed print job: the first line, then the fault's number.
 std::string printFaultMessage(std::string_view storeId, std::string_view name, int number);
 
 } // namespace station

@@ -1,5 +1,6 @@
 #include "host/HostChannel.h"
 
+#include "core/Text.h"
 #include "host/HostCommands.h"
 
 namespace station {
@@ -103,7 +104,7 @@ void HostChannel::run(std::string_view command) {
             m_printReport(request->storeId, request->reportName);
         break;
     case HostCommandKind::Message:
-        m_dialogs.message(std::string(commandPayload(command)), Dialogs::Icon::Exclamation, Dialogs::Buttons::Ok,
+        m_dialogs.message(text::fromWire(commandPayload(command)), Dialogs::Icon::Exclamation, Dialogs::Buttons::Ok,
                           std::string("Message from Server"));
         break;
     case HostCommandKind::Other:
@@ -125,7 +126,7 @@ void HostChannel::showOnPole(std::string_view command) {
         if (!poleInUse())
             continue;
         m_view.setPoleLine(static_cast<int>(i), {});
-        m_view.setPoleLine(static_cast<int>(i), lines[i]);
+        m_view.setPoleLine(static_cast<int>(i), text::fromWire(lines[i]));
         m_yield.yield();
     }
 }

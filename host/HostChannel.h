@@ -13,7 +13,7 @@
 namespace station {
 
 /// What the channel shows on the main window: the connection panel of the status bar and the
-/// on-screen pole display. Implemented by the window.
+/// on-screen pole display. Implemented by the window; texts are UTF-8.
 class ChannelView {
 public:
     virtual ~ChannelView() = default;

@@ -48,9 +48,11 @@ bool runPrintTask(const TaskLine& line, DocumentPrinting& printing, const Servic
         else
             printing.printRaw(*kind, storeId, name, printer);
     } catch (const PrintFault& fault) {
-        dialogs.message(printFaultMessage(storeId, documentName(name), fault.number()));
+        dialogs.message(text::fromWire(printFaultMessage(storeId, documentName(name), fault.number())));
+    } catch (const SpoolerUnavailable& unavailable) {
+        dialogs.message(text::fromWire(printFaultHead(storeId, documentName(name))) + "\n" + unavailable.what());
     } catch (const std::exception&) {
-        dialogs.message(printFaultMessage(storeId, documentName(name), PrintFault::general));
+        dialogs.message(text::fromWire(printFaultMessage(storeId, documentName(name), PrintFault::general)));
     }
     return true;
 }

@@ -11,7 +11,6 @@
 namespace station::Module1 {
 
 int Main(const std::string& commandLine, Ports& ports, const StationConfig& config) {
-    const auto decision = decideStartMode(commandLine);
 
     std::unique_ptr<Codec> codec;
     try {
@@ -22,7 +21,7 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
     }
     ServiceClient service(ports.http, *codec, config.serviceUrl);
 
-    if (decision.mode == StartMode::Task) {
+    if (decideStartMode(commandLine) == StartMode::Task) {
         // The task window does its one job and closes; the main window is never loaded.
         frmFileSelection task(commandLine, ports, config, service);
         task.exec();
@@ -32,7 +31,6 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
     // not end it.
     QApplication::setQuitOnLastWindowClosed(false);
     frmTerminal terminal(ports, config, service);
-    terminal.state().commandParameter = decision.commandParameter;
     if (!terminal.Form_Load())
         return 0;
     return QApplication::exec();

@@ -1,5 +1,4 @@
 #pragma once
-#include <string>
 #include <string_view>
 
 namespace station {
@@ -9,13 +8,8 @@ enum class StartMode {
     Task,    ///< one job of the task window, then the program ends
 };
 
-struct StartDecision {
-    StartMode mode = StartMode::Station;
-    std::string commandParameter; ///< the text after a leading "~~"
-};
-
-/// Reads the command line: blank → station; "~~" + text → station keeping the text; anything
-/// else → a task line.
-StartDecision decideStartMode(std::string_view commandLine);
+/// Reads the command line: blank or "~~" with any text after it → station; anything else → a
+/// task line.
+StartMode decideStartMode(std::string_view commandLine);
 
 } // namespace station

@@ -9,7 +9,6 @@ namespace station {
 
 void applyStoreList(const StoreListReply& reply, StationState& state, Yield& yield) {
     for (std::size_t k = 0; k < reply.stores.size(); ++k) {
-        state.commandParameter = reply.stationId;
         state.stationId = reply.stationId;
         const auto& from = reply.stores[k];
         auto& to = state.stores.at(k);
@@ -55,6 +54,17 @@ int storeIndexFromKey(const std::string& key) {
     if (ec != std::errc() || end != number.data() + number.size() || value < 0)
         return -1;
     return value;
+}
+
+std::vector<StoreRow> storeRows(const StoreTable& stores) {
+    std::vector<StoreRow> rows;
+    rows.reserve(stores.count());
+    for (std::size_t k = 0; k < stores.count(); ++k) {
+        const auto& e = stores.at(k);
+        rows.push_back({text::fromWire(e.storeName), text::fromWire(e.terminalNumber), text::fromWire(e.displayUser),
+                        text::fromWire(e.serialNumber), storeRowKey(k), text::fromWire(storeMenuText(e))});
+    }
+    return rows;
 }
 
 std::string storeMenuText(const StoreEntry& entry) {

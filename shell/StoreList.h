@@ -3,6 +3,7 @@
 #include "platform/NetworkAdapters.h"
 #include "platform/Yield.h"
 #include "service/ServiceClient.h"
+#include "shell/StationView.h"
 
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ ServiceReply<StoreListReply> fetchStoreList(const ServiceClient& service, Networ
 std::string storeRowKey(std::size_t index);
 /// Reads a row key back: the text from its second character as a number; -1 when it is none.
 int storeIndexFromKey(const std::string& key);
+/// The list rows of the stores the table holds, decoded for the screen.
+std::vector<StoreRow> storeRows(const StoreTable& stores);
 /// Drop-down text of a store: serial number, " (", store name, ")".
 std::string storeMenuText(const StoreEntry& entry);
 /// A line for the status bar when the list could not be fetched or was not taken whole; empty

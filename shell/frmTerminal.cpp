@@ -2,9 +2,8 @@
 
 #include "about/frmAbout.h"
 #include "config/frmPrinters.h"
-#include "core/ProgramVersion.h"
-#include "core/Text.h"
 #include "helpdesk/frmHelpdesk.h"
+#include "host/frmDisplayPole.h"
 #include "shell/ConsoleFonts.h"
 #include "shell/StoreList.h"
 #include "uploader/frmUploader.h"
@@ -12,6 +11,7 @@
 #include <QAction>
 #include <QApplication>
 #include <QCloseEvent>
+#include <QDir>
 #include <QFrame>
 #include <QHeaderView>
 #include <QLabel>
@@ -34,6 +34,13 @@ QString qs(const std::string& s) {
 }
 
 constexpr int keyRole = Qt::UserRole;
+constexpr int statusColumn = 4;
+// The connection panel keeps the text it had before a command in a property of its own.
+constexpr const char* tagProperty = "Tag";
+
+std::string programFolder() {
+    return QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QDir::separator()).toStdString();
+}
 
 struct ToolbarButton {
     const char* key;
@@ -56,9 +63,10 @@ constexpr ToolbarButton toolbarButtons[] = {
 } // namespace
 
 frmTerminal::frmTerminal(Ports& ports, const StationConfig& config, const ServiceClient& service, QWidget* parent)
-    : QMainWindow(parent), m_ports(ports), m_config(config), m_service(service) {
+    : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()) {
     setObjectName(QStringLiteral("frmTerminal"));
     buildControls();
+    Timer1->setInterval(config.tickMs);
 }
 
 frmTerminal::~frmTerminal() = default;
@@ -92,6 +100,7 @@ void frmTerminal::buildControls() {
     ListView1->header()->setSectionsClickable(true);
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmTerminal::SortListView);
     connect(ListView1, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item, int) {
+        // The row's key names its entry, wherever sorting has moved the row.
         const auto row = storeIndexFromKey(item->data(0, keyRole).toString().toStdString());
         if (row >= 0)
             connectStore(row);
@@ -116,7 +125,6 @@ void frmTerminal::buildControls() {
 
     Timer1 = new QTimer(this);
     Timer1->setObjectName(QStringLiteral("Timer1"));
-    Timer1->setInterval(m_config.tickMs);
     connect(Timer1, &QTimer::timeout, this, &frmTerminal::Timer1_Timer);
 
     resize(760, 420);
@@ -198,94 +206,13 @@ void frmTerminal::buildTray() {
 }
 
 bool frmTerminal::Form_Load() {
-    // Up to the settings load, a failing step is skipped and the window still opens.
-    m_updateBaseUrl = m_config.updateUrl;
-    if (!m_ports.singleInstance.acquire()) {
-        m_ports.dialogs.message("Sorry, you can only run one copy of the VORNEOnline Terminal program");
-        return false;
-    }
-    setWindowTitle(qs("VORNE Terminal Version " + programVersion()));
-    cSysTray1->show(); // the way back to a window hidden by its close box or by a connection
-    Frame1->show();
-    ListView1->hide();
-    show();
-    m_ports.yield.yield();
-    try {
-        whatsSupported();
-        getStoreList();
-    } catch (const std::exception& e) {
-        setStatus(QStringLiteral("message"), e.what());
-    }
-    m_state.settings.open();
-    try {
-        loadSettings();
-    } catch (const std::exception& e) {
-        setStatus(QStringLiteral("message"), e.what());
-    }
-
-    Timer1->start();
-    panel(QStringLiteral("winsock"))->setText(QStringLiteral("Closed"));
-    m_state.serverList = text::split(m_config.serverList, ',');
-    m_state.serverIndex = 0;
-    m_state.channelPort = 47000;
-    m_state.reconnectPending = true;
-    m_state.channelTimeout = 30;
-    setUpChannel();
-    return true;
+    return m_controller.load();
 }
 
 void frmTerminal::Form_Unload() {
     m_unloading = true;
-    Timer1->stop();
-    GetDefaultSettings(true);
-    writeSettings();
-    m_state.settings.close();
+    m_controller.unload();
     cSysTray1->hide();
-}
-
-void frmTerminal::GetDefaultSettings(bool) {}
-
-void frmTerminal::whatsSupported() {
-    auto* menu = buttonMenu(QStringLiteral("tools"));
-    menu->clear();
-    for (const auto& font : station::whatsSupported())
-        menu->addAction(qs(consoleFontMenuText(font)));
-}
-
-void frmTerminal::getStoreList() {
-    const auto reply = fetchStoreList(m_service, m_ports.adapters, m_ports.yield, m_state, programVersion());
-    if (reply && reply->hasData) {
-        auto* uploads = buttonMenu(QStringLiteral("uploader"));
-        uploads->clear();
-        for (std::size_t k = 0; k < m_state.stores.count(); ++k)
-            uploads->addAction(qs(storeMenuText(m_state.stores.at(k))))->setData(qs(storeRowKey(k)));
-    }
-    if (const auto notice = storeListNotice(reply); !notice.empty())
-        setStatus(QStringLiteral("message"), notice);
-    fillStoreRows();
-    Frame1->hide();
-    ListView1->show();
-}
-
-void frmTerminal::fillStoreRows() {
-    ListView1->clear();
-    ListView1->setColumnCount(5);
-    ListView1->setHeaderLabels({QStringLiteral("Store Name"), QStringLiteral("Register"), QStringLiteral("User Name"),
-                                QStringLiteral("Serial Number"), QStringLiteral("Status")});
-    auto* connectMenu = buttonMenu(QStringLiteral("connect"));
-    connectMenu->clear();
-    QList<QTreeWidgetItem*> rows;
-    for (std::size_t k = 0; k < m_state.stores.count(); ++k) {
-        const auto& e = m_state.stores.at(k);
-        auto* item = new QTreeWidgetItem(
-            {qs(e.storeName), qs(e.terminalNumber), qs(e.displayUser), qs(e.serialNumber), QString()});
-        item->setData(0, keyRole, qs(storeRowKey(k)));
-        rows.append(item);
-        connectMenu->addAction(qs(storeMenuText(e)))->setData(qs(storeRowKey(k)));
-    }
-    ListView1->addTopLevelItems(rows);
-    for (int c = 0; c < 4; ++c)
-        ListView1->resizeColumnToContents(c);
 }
 
 void frmTerminal::SortListView(int column) {
@@ -316,10 +243,8 @@ void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, co
                                            const QString& itemKey) {
     const auto caption = owner->text();
     if (caption == QStringLiteral("Uploader")) {
-        const auto store = storeIndexFromKey(itemKey.toStdString());
-        if (store < 0)
-            return;
-        showUploader(store);
+        if (const auto store = storeIndexFromKey(itemKey.toStdString()); store >= 0)
+            openUploader(store);
     } else if (caption == QStringLiteral("Tools")) {
         changeFonts(consoleFontFromMenuText(itemText.toStdString()));
     } else if (caption.toUpper() == QStringLiteral("CONNECT")) {
@@ -327,61 +252,19 @@ void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, co
     }
 }
 
-void frmTerminal::doUploader() {
-    if (buttonMenu(QStringLiteral("uploader"))->actions().size() > 1) {
-        m_ports.dialogs.message(
-            "You have access to more then one store, please press the down arrow next to the button "
-            "and select a single store",
-            Dialogs::Icon::Information);
-        return;
-    }
-    showUploader(0);
-}
-
-void frmTerminal::showUploader(int store) {
-    if (!m_uploader)
-        m_uploader = new frmUploader(m_state, store, this);
-    m_uploader->setStoreIndex(store);
-    m_uploader->show();
-}
-
-void frmTerminal::doTools() {
-    GetDefaultSettings();
-    auto* printers = new frmPrinters(m_state, this);
-    printers->exec();
-    writeSettings();
-}
-
-void frmTerminal::doHelpdesk() {
-    if (!m_helpdesk)
-        m_helpdesk = new frmHelpdesk(m_state, this);
-    m_helpdesk->show();
-}
-
-void frmTerminal::doAbout() {
-    if (!m_about)
-        m_about = new frmAbout(m_state, this);
-    m_about->show();
-}
-
-void frmTerminal::doReports() {
-    m_ports.browser.open("http://" + m_config.backofficeHost + ":8300/ebs.cfm");
-}
-
 void frmTerminal::closeEvent(QCloseEvent* event) {
     if (m_unloading) {
         event->accept();
         return;
     }
-    // The close box only hides the station; it stays reachable from the tray.
+    // The close box never ends the station.
     event->ignore();
-    hide();
+    m_controller.closeRequested();
 }
 
 bool frmTerminal::event(QEvent* e) {
-    // Activating the station brings a running telnet client forward with it.
-    if (e->type() == QEvent::WindowActivate && m_state.clientWindow > 0)
-        bringClientForward();
+    if (e->type() == QEvent::WindowActivate)
+        m_controller.activated();
     return QMainWindow::event(e);
 }
 
@@ -408,9 +291,169 @@ QTreeWidgetItem* frmTerminal::rowByKey(const std::string& key) const {
     return nullptr;
 }
 
-void frmTerminal::setStatus(const QString& key, const std::string& text) {
-    if (auto* p = panel(key))
-        p->setText(qs(text));
+// --- StationView ---
+
+std::string frmTerminal::panelText() const {
+    return panel(QStringLiteral("winsock"))->text().toStdString();
+}
+
+void frmTerminal::setPanelText(const std::string& text) {
+    panel(QStringLiteral("winsock"))->setText(qs(text));
+}
+
+std::string frmTerminal::panelTag() const {
+    return panel(QStringLiteral("winsock"))->property(tagProperty).toString().toStdString();
+}
+
+void frmTerminal::setPanelTag(const std::string& tag) {
+    panel(QStringLiteral("winsock"))->setProperty(tagProperty, qs(tag));
+}
+
+void frmTerminal::setPanelToolTip(const std::string& text) {
+    panel(QStringLiteral("winsock"))->setToolTip(qs(text));
+}
+
+void frmTerminal::showPanel() {
+    panel(QStringLiteral("winsock"))->setVisible(true);
+}
+
+void frmTerminal::showPole() {
+    if (m_pole)
+        return;
+    m_pole = new frmDisplayPole(this);
+    m_pole->show();
+}
+
+void frmTerminal::setPoleLine(int index, const std::string& text) {
+    if (m_pole)
+        (index == 0 ? m_pole->lblLine1 : m_pole->lblLine2)->setText(qs(text));
+}
+
+void frmTerminal::setCaption(const std::string& text) {
+    setWindowTitle(qs(text));
+}
+
+void frmTerminal::showLoading() {
+    cSysTray1->show(); // the way back to a window hidden by its close box or by a connection
+    Frame1->show();
+    ListView1->hide();
+    show();
+}
+
+void frmTerminal::setFontMenu(const std::vector<std::string>& items) {
+    auto* menu = buttonMenu(QStringLiteral("tools"));
+    menu->clear();
+    for (const auto& item : items)
+        menu->addAction(qs(item));
+}
+
+void frmTerminal::setUploaderMenu(const std::vector<StoreRow>& stores) {
+    auto* menu = buttonMenu(QStringLiteral("uploader"));
+    menu->clear();
+    for (const auto& store : stores)
+        menu->addAction(qs(store.menuText))->setData(qs(store.key));
+}
+
+void frmTerminal::showStoreRows(const std::vector<StoreRow>& rows) {
+    ListView1->clear();
+    ListView1->setColumnCount(5);
+    ListView1->setHeaderLabels({QStringLiteral("Store Name"), QStringLiteral("Register"), QStringLiteral("User Name"),
+                                QStringLiteral("Serial Number"), QStringLiteral("Status")});
+    auto* connectMenu = buttonMenu(QStringLiteral("connect"));
+    connectMenu->clear();
+    QList<QTreeWidgetItem*> items;
+    for (const auto& row : rows) {
+        auto* item = new QTreeWidgetItem(
+            {qs(row.storeName), qs(row.terminalNumber), qs(row.displayUser), qs(row.serialNumber), QString()});
+        item->setData(0, keyRole, qs(row.key));
+        items.append(item);
+        connectMenu->addAction(qs(row.menuText))->setData(qs(row.key));
+    }
+    ListView1->addTopLevelItems(items);
+    for (int c = 0; c < 4; ++c)
+        ListView1->resizeColumnToContents(c);
+    Frame1->hide();
+    ListView1->show();
+}
+
+void frmTerminal::setPanel(Panel which, const std::string& text) {
+    panel(which == Panel::Connect ? QStringLiteral("connect") : QStringLiteral("message"))->setText(qs(text));
+}
+
+int frmTerminal::rowCount() const {
+    return ListView1->topLevelItemCount();
+}
+
+bool frmTerminal::rowBold(int row) const {
+    const auto* item = rowByKey(storeRowKey(static_cast<std::size_t>(row)));
+    return item && item->font(0).bold();
+}
+
+void frmTerminal::markRow(int row, bool bold, const std::string& status) {
+    auto* item = rowByKey(storeRowKey(static_cast<std::size_t>(row)));
+    if (!item)
+        return;
+    for (int c = 0; c < item->columnCount(); ++c) {
+        auto font = item->font(c);
+        font.setBold(bold);
+        item->setFont(c, font);
+    }
+    item->setText(statusColumn, qs(status));
+}
+
+void frmTerminal::setConnectEnabled(bool enabled) {
+    button(QStringLiteral("connect"))->setEnabled(enabled);
+}
+
+bool frmTerminal::trayAvailable() const {
+    return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void frmTerminal::hideWindow() {
+    hide();
+}
+
+void frmTerminal::minimiseWindow() {
+    showMinimized();
+}
+
+void frmTerminal::raiseWindow() {
+    raise();
+}
+
+void frmTerminal::restoreWindow() {
+    setWindowState(windowState() & ~(Qt::WindowMinimized | Qt::WindowMaximized));
+}
+
+void frmTerminal::setTimerEnabled(bool enabled) {
+    if (enabled)
+        Timer1->start();
+    else
+        Timer1->stop();
+}
+
+void frmTerminal::openUploader(int store) {
+    if (!m_uploader)
+        m_uploader = new frmUploader(state(), store, this);
+    m_uploader->setStoreIndex(store);
+    m_uploader->show();
+}
+
+void frmTerminal::openHelpdesk() {
+    if (!m_helpdesk)
+        m_helpdesk = new frmHelpdesk(state(), this);
+    m_helpdesk->show();
+}
+
+void frmTerminal::openAbout() {
+    if (!m_about)
+        m_about = new frmAbout(state(), this);
+    m_about->show();
+}
+
+void frmTerminal::runPrinterSetup() {
+    auto* printers = new frmPrinters(state(), this);
+    printers->exec();
 }
 
 } // namespace station

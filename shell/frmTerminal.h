@@ -1,10 +1,10 @@
 #pragma once
-#include "core/StationState.h"
 #include "platform/Ports.h"
 #include "platform/StationConfig.h"
 #include "service/ServiceClient.h"
 #include "shell/ListSort.h"
-#include "shell/TickCounter.h"
+#include "shell/StationController.h"
+#include "shell/StationView.h"
 
 #include <QMainWindow>
 #include <QPointer>
@@ -22,13 +22,14 @@ class QTreeWidgetItem;
 
 namespace station {
 
-class frmHelpdesk;
 class frmAbout;
+class frmDisplayPole;
+class frmHelpdesk;
 class frmUploader;
 
-/// The main window: store list, toolbar, tray icon, status bar and the supervision timer. It owns
-/// the station's shared state for the whole run.
-class frmTerminal : public QMainWindow {
+/// The main window: store list, toolbar, tray icon, status bar and the supervision timer. What
+/// happens when is the controller's; this window shows it and hands its events over.
+class frmTerminal : public QMainWindow, private StationView {
     Q_OBJECT
 public:
     frmTerminal(Ports& ports, const StationConfig& config, const ServiceClient& service, QWidget* parent = nullptr);
@@ -40,27 +41,20 @@ public:
     /// Tray "Exit": stops the timer, writes the settings back and closes the settings.
     void Form_Unload();
 
-    StationState& state() { return m_state; }
+    StationState& state() { return m_controller.state(); }
 
-    // Station commands.
-    void connectStore(int row);
-    void doUploader();
-    void doTools();
-    void doHelpdesk();
-    void doAbout();
-    void doReports();
-    void getStoreList();
+    // Handlers and commands, by the names the station knows them.
+    void connectStore(int row) { m_controller.connectStore(row); }
+    void EntryLine(int row, bool on, const std::string& message = {}) { m_controller.EntryLine(row, on, message); }
+    void changeFonts(int size) { m_controller.changeFonts(size); }
+    void sendWinsock(const std::string& strdata) { m_controller.sendWinsock(strdata); }
+    void Timer1_Timer() { m_controller.tick(); }
+    void doUploader() { m_controller.doUploader(); }
+    void doTools() { m_controller.doTools(); }
+    void doHelpdesk() { m_controller.doHelpdesk(); }
+    void doAbout() { m_controller.doAbout(); }
+    void doReports() { m_controller.doReports(); }
     void SortListView(int column);
-    /// Hook for loading or saving default settings; deliberately does nothing.
-    void GetDefaultSettings(bool saveDefaults = false);
-
-    // Telnet client session and settings synchronisation (frmTerminalSession.cpp).
-    void EntryLine(int row, bool on, const std::string& message = {});
-    void changeFonts(int size);
-    void Timer1_Timer();
-
-    // Host command channel (frmTerminalChannel.cpp).
-    void sendWinsock(const std::string& data);
 
     // Controls, named as the rest of the station knows them.
     QTreeWidget* ListView1 = nullptr;
@@ -74,11 +68,6 @@ public:
     QLabel* panel(const QString& key) const;
     QTreeWidgetItem* rowByKey(const std::string& key) const;
 
-signals:
-    /// A store row was chosen for a connection.
-    void connectRequested(int row);
-    void ticked();
-
 protected:
     void closeEvent(QCloseEvent* event) override;
     bool event(QEvent* event) override;
@@ -87,50 +76,48 @@ private:
     void buildControls();
     void buildToolbar();
     void buildTray();
-    void fillStoreRows();
-    void showUploader(int store);
     void Toolbar1_ButtonClick(const QString& key);
     void Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, const QString& itemText, const QString& itemKey);
-    void whatsSupported();
-    void setStatus(const QString& key, const std::string& text);
 
-    // --- session section (frmTerminalSession.cpp) ---
-    void loadSettings();
-    void writeSettings();
-    void superviseClientWindows();
-    void storeMaintenancePoll();
-    void CheckProgramUpdates();
-    /// The activation hook: a running client comes forward with the station window.
-    void bringClientForward();
-    /// "upd1=": the base address of this station's updates, empty when there is none.
-    std::string updateAddress();
-    /// Whether store row `row` is shown as connected (bold).
-    bool rowConnected(int row) const;
-    TickCounter m_ticks;
-    // --- end of session section ---
+    // StationView
+    std::string panelText() const override;
+    void setPanelText(const std::string& text) override;
+    std::string panelTag() const override;
+    void setPanelTag(const std::string& tag) override;
+    void setPanelToolTip(const std::string& text) override;
+    void showPanel() override;
+    void showPole() override;
+    void setPoleLine(int index, const std::string& text) override;
+    void setCaption(const std::string& text) override;
+    void showLoading() override;
+    void setFontMenu(const std::vector<std::string>& items) override;
+    void setUploaderMenu(const std::vector<StoreRow>& stores) override;
+    void showStoreRows(const std::vector<StoreRow>& rows) override;
+    void setPanel(Panel panel, const std::string& text) override;
+    int rowCount() const override;
+    bool rowBold(int row) const override;
+    void markRow(int row, bool bold, const std::string& status) override;
+    void setConnectEnabled(bool enabled) override;
+    bool trayAvailable() const override;
+    void hideWindow() override;
+    void minimiseWindow() override;
+    void raiseWindow() override;
+    void restoreWindow() override;
+    void setTimerEnabled(bool enabled) override;
+    void openUploader(int store) override;
+    void openHelpdesk() override;
+    void openAbout() override;
+    void runPrinterSetup() override;
 
-    // --- channel section (frmTerminalChannel.cpp) ---
-    void redialStep();
-    /// Arms the host channel: routes the socket's events to the channel logic.
-    void setUpChannel();
-    /// The channel logic with its view on this window and the pole display; shared_ptr because
-    /// only frmTerminalChannel.cpp knows the type.
-    struct Channel;
-    std::shared_ptr<Channel> m_channel;
-    // --- end of channel section ---
-
-    Ports& m_ports;
-    StationConfig m_config;
-    const ServiceClient& m_service;
-    StationState m_state;
+    StationController m_controller;
     ListSort m_sort;
-    std::string m_updateBaseUrl;
     bool m_unloading = false;
     std::map<QString, QToolButton*> m_buttons;
     std::map<QString, QLabel*> m_panels;
     QPointer<frmHelpdesk> m_helpdesk;
     QPointer<frmAbout> m_about;
     QPointer<frmUploader> m_uploader;
+    QPointer<frmDisplayPole> m_pole;
 };
 
 } // namespace station

@@ -148,37 +148,59 @@ public:
     };
     std::vector<Job> jobs;
     Result result = Result::Done;
-    std::vector<std::string> printers() override { return installed; }
+    /// When set, the spooler cannot be asked: every call throws it.
+    std::optional<SpoolerUnavailable> unavailable;
+    std::vector<std::string> printers() override {
+        if (unavailable)
+            throw *unavailable;
+        return installed;
+    }
     Result printRaw(const std::string& printer, const std::string& document, const std::string& data) override {
+        if (unavailable)
+            throw *unavailable;
         if (result == Result::Done)
             jobs.push_back({printer, document, data});
         return result;
     }
 };
 
-/// Records the printer object's calls in order as readable lines.
+/// Records the printer object's calls in order as readable lines. `fault`, when set, sees each
+/// call first and may throw for it, as a failing printer or spooler would.
 class FakeTextPrinter : public TextPrinter {
 public:
     std::vector<std::string> installed;
     std::vector<std::string> calls;
-    std::vector<std::string> printers() override { return installed; }
+    /// Starts as the system's default printer; empty: there is none.
+    std::string currentPrinter = "Default";
+    std::function<void(const std::string& call)> fault;
+
+    std::vector<std::string> printers() override {
+        check("printers");
+        return installed;
+    }
     void select(const std::string& name) override {
+        record("select " + name);
         for (const auto& p : installed)
             if (p == name)
                 currentPrinter = name;
-        calls.push_back("select " + name);
     }
     std::string current() override { return currentPrinter; }
-    /// Starts as the system's default printer; empty: there is none.
-    std::string currentPrinter = "Default";
     void setFont(const std::string& family, float size) override {
-        calls.push_back("font " + family + " " + std::to_string(size));
+        record("font " + family + " " + std::to_string(size));
     }
-    void setOrientation(Orientation o) override {
-        calls.push_back("orientation " + std::to_string(static_cast<int>(o)));
+    void setOrientation(Orientation o) override { record("orientation " + std::to_string(static_cast<int>(o))); }
+    void print(const std::string& text) override { record("print " + text); }
+    void endDocument() override { record("end"); }
+
+private:
+    void check(const std::string& call) {
+        if (fault)
+            fault(call);
     }
-    void print(const std::string& text) override { calls.push_back("print " + text); }
-    void endDocument() override { calls.push_back("end"); }
+    void record(const std::string& call) {
+        check(call);
+        calls.push_back(call);
+    }
 };
 
 /// Libraries by path from a settable map of their functions.

@@ -1,14 +1,15 @@
 // The host channel and document printing against real peers on loopback: hostsim as the store
 // host, the reference service for reports and printer replies, a private CUPS scheduler whose
-// raw queues write to files.
+// raw queues write to files. The station's own controller dials, ticks and prints.
 #include "core/StationIdentity.h"
 #include "host/DocumentPrinting.h"
-#include "host/HostChannel.h"
 #include "host/TaskLine.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
+#include "shell/StationController.h"
 #include "tests/e2e/host/PrintRig.h"
 #include "tests/support/FakePorts.h"
+#include "tests/support/FakeStationView.h"
 
 #include <QCoreApplication>
 #include <QDeadlineTimer>
@@ -42,25 +43,32 @@ std::size_t openDescriptors() {
         std::distance(std::filesystem::directory_iterator("/proc/self/fd"), std::filesystem::directory_iterator{}));
 }
 
-class View : public ChannelView {
-public:
-    std::string text = "Closed", tag, toolTip;
-    std::array<std::string, 2> pole;
-    std::string panelText() const override { return text; }
-    void setPanelText(const std::string& t) override { text = t; }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
-    void setPanelToolTip(const std::string& t) override { toolTip = t; }
-    void showPanel() override {}
-    void showPole() override {}
-    void setPoleLine(int index, const std::string& t) override { pole.at(static_cast<std::size_t>(index)) = t; }
-};
-
 const QByteArray rawDocument("\x1b@RECEIPT\r\n\0\xff\f\x1dV\x00"
                              "end",
                              20);
 
-/// The station's host channel and printing with the real adapters, the store host and the peers.
+/// The station with the real adapters for everything the host channel and printing touch.
+struct StationPorts {
+    std::unique_ptr<HttpClient> http = makeHttpClient({std::chrono::seconds(2), std::chrono::seconds(5), {}});
+    std::unique_ptr<HostSocket> socket = makeHostSocket();
+    std::unique_ptr<Spooler> spooler = makeSpooler();
+    std::unique_ptr<TextPrinter> textPrinter = makeTextPrinter();
+    std::unique_ptr<Yield> yield = makeYield();
+    std::unique_ptr<NetworkAdapters> adapters = makeNetworkAdapters();
+    test::FakePorts fake;
+    Ports ports{*http,    *adapters,    fake.singleInstance, fake.browser,         fake.dialogs,
+                *yield,   fake.clock,   fake.clientWindows,  fake.processLauncher, *socket,
+                *spooler, *textPrinter, fake.libraries};
+};
+
+StationConfig stationConfig(const test::DevService& service, const std::string& serverList) {
+    StationConfig config;
+    config.serviceUrl = service.serviceUrl().toStdString();
+    config.reportsUrl = service.baseUrl().toStdString() + "/Reports/";
+    config.serverList = serverList;
+    return config;
+}
+
 class HostE2ETest : public testing::Test {
 protected:
     void SetUp() override {
@@ -73,18 +81,22 @@ protected:
         writeFile(folder + QStringLiteral("/receipt.prn"), rawDocument);
         writeFile(folder + QStringLiteral("/label.prn"), rawDocument + rawDocument);
 
-        state.stationId = stationIdentity(adapters->list());
-        state.serverList = {"127.0.0.2"};
-        state.reconnectPending = true;
-        state.settings.open();
-        state.settings.addRow();
-        state.settings.set("prt2", "REPORTS");
-        // The printer reply of task mode comes from the station's settings row in the service.
-        http->post(service.serviceUrl().toStdString(), "application/x-www-form-urlencoded",
-                   "prtupt=receipts|labels|reports|rdr|COM1|pre|" + stripDashes(state.stationId) + "|");
-        channel.attach();
+        // The station's settings row in the service: the load takes the report printer from it,
+        // the task mode its printer reply.
+        stationId = stationIdentity(real.adapters->list());
+        writeSettings("receipts", "labels");
+        ASSERT_TRUE(controller.load());
     }
 
+    void writeSettings(const std::string& receipts, const std::string& labels) {
+        StationSettings row;
+        row.open();
+        row.addRow();
+        const std::string values[] = {receipts, labels, "REPORTS", "rdr", "COM1", "pre"};
+        for (std::size_t f = 0; f < std::size(values); ++f)
+            row.set(StationSettings::fieldNames[f], values[f]);
+        serviceClient.writeDeviceSettings(row, stationId);
+    }
     void startHost(const QString& bind = QStringLiteral("127.0.0.2")) {
         host.start(test::binDir() + QStringLiteral("/hostsim"),
                    {QStringLiteral("--bind"), bind, QStringLiteral("--port"), QStringLiteral("47000"),
@@ -97,17 +109,16 @@ protected:
         return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
     }
     void dial() {
-        channel.redialStep();
-        ASSERT_TRUE(waitUntil([this] { return socket->isConnected(); }));
+        controller.tick();
+        ASSERT_TRUE(waitUntil([this] { return real.socket->isConnected(); }));
     }
     static void writeFile(const QString& path, const QByteArray& bytes) {
         QFile f(path);
         ASSERT_TRUE(f.open(QIODevice::WriteOnly));
         f.write(bytes);
     }
-    DocumentPrinting printing(HttpClient& client) {
-        return DocumentPrinting({serviceClient, client, *textPrinter, *spooler, dialogs},
-                                service.baseUrl().toStdString() + "/Reports/");
+    DocumentPrinting printing(const std::string& reportsUrl) {
+        return DocumentPrinting({serviceClient, *real.http, *real.textPrinter, *real.spooler, dialogs}, reportsUrl);
     }
 
     test::PrintRig rig;
@@ -115,21 +126,15 @@ protected:
     QTemporaryDir dir;
     QString logPath = dir.filePath(QStringLiteral("host.log"));
     PeerProcess host;
-    std::unique_ptr<HttpClient> http = makeHttpClient({std::chrono::seconds(2), std::chrono::seconds(5), {}});
-    std::unique_ptr<HostSocket> socket = makeHostSocket();
-    std::unique_ptr<Spooler> spooler = makeSpooler();
-    std::unique_ptr<TextPrinter> textPrinter = makeTextPrinter();
-    std::unique_ptr<Yield> yield = makeYield();
-    std::unique_ptr<NetworkAdapters> adapters = makeNetworkAdapters();
-    test::FakeDialogs dialogs;
+    StationPorts real;
+    test::FakeDialogs& dialogs = real.fake.dialogs;
     IdentityCodec codec;
-    ServiceClient serviceClient{*http, codec, service.serviceUrl().toStdString()};
-    StationState state;
-    View view;
-    DocumentPrinting reports = printing(*http);
-    HostChannel channel{state, *socket, dialogs, *yield, view, [this](const std::string& s, const std::string& r) {
-                            reports.printReport(s, r, [this] { return state.settings.device("prt2"); });
-                        }};
+    ServiceClient serviceClient{*real.http, codec, service.serviceUrl().toStdString()};
+    std::string stationId;
+    test::FakeStationView view;
+    StationController controller{real.ports, stationConfig(service, "127.0.0.2"), serviceClient, view, "/nonexistent/"};
+    /// The task mode's printing, as the task window builds it.
+    DocumentPrinting reports = printing(service.baseUrl().toStdString() + "/Reports/");
 };
 
 TEST_F(HostE2ETest, IdentityRequestIsAnsweredAndTheMessageShown) {
@@ -137,7 +142,7 @@ TEST_F(HostE2ETest, IdentityRequestIsAnsweredAndTheMessageShown) {
     dial();
     EXPECT_EQ(view.text, "Open 127.0.0.2");
     say(QStringLiteral("send junk/R=/M=Store closes at 9"));
-    ASSERT_TRUE(waitUntil([this] { return hostLog().contains(QByteArray("< /L=") + state.stationId.c_str()); }));
+    ASSERT_TRUE(waitUntil([this] { return hostLog().contains(QByteArray("< /L=") + stationId.c_str()); }));
     ASSERT_TRUE(waitUntil([this] { return !dialogs.shown.empty(); }));
     EXPECT_EQ(dialogs.shown[0].text, "Store closes at 9");
     EXPECT_EQ(dialogs.shown[0].title, std::optional<std::string>("Message from Server"));
@@ -176,7 +181,7 @@ struct RawCase {
 class RawTaskTest : public HostE2ETest, public testing::WithParamInterface<RawCase> {};
 
 TEST_P(RawTaskTest, DocumentBytesLandUnchanged) {
-    runPrintTask(parseTaskLine(GetParam().line), reports, serviceClient, state.stationId, dialogs);
+    runPrintTask(parseTaskLine(GetParam().line), reports, serviceClient, stationId, dialogs);
     EXPECT_TRUE(dialogs.shown.empty()) << dialogs.shown.front().text;
     const auto queue = QString::fromLatin1(GetParam().queue);
     ASSERT_TRUE(waitUntil([&] { return rig.output(queue).size() >= GetParam().bytes.size(); }));
@@ -206,23 +211,22 @@ TEST_F(HostE2ETest, StationInTaskModePrintsTheLabelAndEnds) {
 }
 
 TEST_F(HostE2ETest, LabelOnAPrinterTheSpoolerDoesNotKnowShowsTheMessage) {
-    http->post(service.serviceUrl().toStdString(), "application/x-www-form-urlencoded",
-               "prtupt=receipts|nosuchqueue|reports|rdr|COM1|pre|" + stripDashes(state.stationId) + "|");
-    runPrintTask(parseTaskLine("7,1234567890,label.prn"), reports, serviceClient, state.stationId, dialogs);
+    writeSettings("receipts", "nosuchqueue");
+    runPrintTask(parseTaskLine("7,1234567890,label.prn"), reports, serviceClient, stationId, dialogs);
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text, "The Printer Name you typed wasn't recognized.");
 }
 
 TEST_F(HostE2ETest, QueueThatRejectsJobsGivesThePrinterFault) {
     ASSERT_EQ(test::PrintRig::run(QStringLiteral("cupsreject"), {QStringLiteral("labels")}), 0);
-    runPrintTask(parseTaskLine("7,1234567890,label.prn"), reports, serviceClient, state.stationId, dialogs);
+    runPrintTask(parseTaskLine("7,1234567890,label.prn"), reports, serviceClient, stationId, dialogs);
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text, "Error Printing file, store = '1234567890', report = 'label.prn'\n482");
 }
 
 TEST_F(HostE2ETest, StoppedQueueTakesTheJobWithoutAWord) {
     ASSERT_EQ(test::PrintRig::run(QStringLiteral("cupsdisable"), {QStringLiteral("receipts")}), 0);
-    runPrintTask(parseTaskLine("6,1234567890,receipt.prn"), reports, serviceClient, state.stationId, dialogs);
+    runPrintTask(parseTaskLine("6,1234567890,receipt.prn"), reports, serviceClient, stationId, dialogs);
     EXPECT_TRUE(dialogs.shown.empty());
     EXPECT_TRUE(rig.output(QStringLiteral("receipts")).isEmpty());
 }
@@ -233,7 +237,7 @@ TEST_F(HostE2ETest, ReportsServerDownOrSilentGivesTheNotFoundMessage) {
     for (const auto& base : {std::string("http://127.0.0.1:1/Reports/"),
                              "http://127.0.0.1:" + std::to_string(silent.serverPort()) + "/Reports/"}) {
         dialogs.shown.clear();
-        DocumentPrinting down({serviceClient, *http, *textPrinter, *spooler, dialogs}, base);
+        auto down = printing(base);
         down.printReport("1234567890", "daily.txt", [] { return std::string("reports"); });
         ASSERT_EQ(dialogs.shown.size(), 1u) << base;
         EXPECT_EQ(dialogs.shown[0].text,
@@ -242,12 +246,12 @@ TEST_F(HostE2ETest, ReportsServerDownOrSilentGivesTheNotFoundMessage) {
 }
 
 TEST_F(HostE2ETest, FlappingHostIsRedialledRoundTheListWithoutLeakingDescriptors) {
-    state.serverList = {"127.0.0.2", "127.0.0.3"};
+    controller.state().serverList = {"127.0.0.2", "127.0.0.3"};
     startHost();
     dial();
     const auto before = openDescriptors();
     QTimer tick;
-    QObject::connect(&tick, &QTimer::timeout, &tick, [this] { channel.redialStep(); });
+    QObject::connect(&tick, &QTimer::timeout, &tick, [this] { controller.tick(); });
     tick.start(10);
     say(QStringLiteral("flap 100 10000"));
     ASSERT_TRUE(waitUntil([this] { return hostLog().contains("* flapped 100"); }, 120'000))
@@ -259,41 +263,47 @@ TEST_F(HostE2ETest, FlappingHostIsRedialledRoundTheListWithoutLeakingDescriptors
     EXPECT_LE(openDescriptors(), before + 2);
 }
 
-/// A host played by the test itself, for bytes that no script line can carry.
+/// A host played by the test itself, for bytes that no script line can carry. No service runs:
+/// the station loads with an empty list.
 class BadHostTest : public testing::Test {
 protected:
     void SetUp() override {
         ASSERT_TRUE(server.listen(QHostAddress(QStringLiteral("127.0.0.3")), 0));
-        state.stationId = "00-11-22-33-44-55";
-        state.serverList = {"127.0.0.3"};
-        state.reconnectPending = true;
-        channel.attach();
-        state.channelPort = server.serverPort();
-        channel.redialStep();
+        ASSERT_TRUE(controller.load());
+        state().channelPort = server.serverPort();
+        controller.tick();
         ASSERT_TRUE(waitUntil([this] { return server.hasPendingConnections() || line; }));
         line = server.nextPendingConnection();
-        ASSERT_TRUE(waitUntil([this] { return socket->isConnected(); }));
+        ASSERT_TRUE(waitUntil([this] { return real.socket->isConnected(); }));
     }
+    StationState& state() { return controller.state(); }
     void hostSends(const QByteArray& bytes) {
         line->write(bytes);
         line->flush();
         ASSERT_TRUE(waitUntil([this] { return line->bytesToWrite() == 0; }));
     }
+    /// The station's answer to "/R=": its identity from this machine's adapters.
+    QByteArray identityAnswer() { return QByteArray("/L=") + state().stationId.c_str(); }
     QByteArray answers(int ms = 300) {
         waitUntil([] { return false; }, ms);
         return line->readAll();
     }
+    static StationConfig deadService() {
+        StationConfig config;
+        config.serviceUrl = "http://127.0.0.1:1/terminal2secure.asp";
+        config.reportsUrl = "http://127.0.0.1:1/Reports/";
+        config.serverList = "127.0.0.3";
+        return config;
+    }
 
     QTcpServer server;
     QTcpSocket* line = nullptr;
-    std::unique_ptr<HostSocket> socket = makeHostSocket();
-    std::unique_ptr<Yield> yield = makeYield();
-    test::FakeDialogs dialogs;
-    StationState state;
-    View view;
-    int reports = 0;
-    HostChannel channel{state,  *socket, dialogs,
-                        *yield, view,    [this](const std::string&, const std::string&) { ++reports; }};
+    StationPorts real;
+    test::FakeDialogs& dialogs = real.fake.dialogs;
+    IdentityCodec codec;
+    ServiceClient serviceClient{*real.http, codec, deadService().serviceUrl};
+    test::FakeStationView view;
+    StationController controller{real.ports, deadService(), serviceClient, view, "/nonexistent/"};
 };
 
 TEST_F(BadHostTest, MegabyteOfNoiseIsSurvivedAndTheLineStillAnswers) {
@@ -307,8 +317,10 @@ TEST_F(BadHostTest, MegabyteOfNoiseIsSurvivedAndTheLineStillAnswers) {
     hostSends(noise);
     hostSends("/R=");
     ASSERT_TRUE(waitUntil([this] { return line->bytesAvailable() > 0; }));
-    EXPECT_EQ(answers(), QByteArray("/L=00-11-22-33-44-55"));
-    EXPECT_EQ(reports, 0);
+    EXPECT_EQ(answers(), identityAnswer());
+    // Nothing in the noise was taken for a report: no document was asked for.
+    for (const auto& call : real.fake.http.calls)
+        ADD_FAILURE() << call.url;
     EXPECT_TRUE(dialogs.shown.empty());
 }
 
@@ -316,28 +328,28 @@ TEST_F(BadHostTest, CommandSplitAcrossReadsLosesItsSecondHalf) {
     hostSends("/M=first half");
     answers();
     hostSends(" second half/R=");
-    EXPECT_EQ(answers(), QByteArray("/L=00-11-22-33-44-55"));
+    EXPECT_EQ(answers(), identityAnswer());
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text, "first half");
 }
 
 TEST_F(BadHostTest, HostThatSendsAndClosesAtOnceLeavesTheStationRedialling) {
-    state.reconnectPending = false;
+    state().reconnectPending = false;
     line->write("/M=bye/R=");
     line->close();
     // The close may arrive while the commands still run; the panel then shows its former text
     // again when they end, but the redial is asked for either way.
-    ASSERT_TRUE(waitUntil([this] { return state.reconnectPending && !socket->isConnected(); }));
+    ASSERT_TRUE(waitUntil([this] { return state().reconnectPending && !real.socket->isConnected(); }));
     ASSERT_EQ(dialogs.shown.size(), 1u);
     EXPECT_EQ(dialogs.shown[0].text, "bye");
 }
 
 TEST_F(BadHostTest, RefusedDialMarksThePanelAndAsksForTheNextAddress) {
-    socket->close();
+    real.socket->close();
     server.close();
-    state.reconnectPending = true;
-    channel.redialStep();
-    ASSERT_TRUE(waitUntil([this] { return state.reconnectPending; }));
+    state().reconnectPending = true;
+    controller.tick();
+    ASSERT_TRUE(waitUntil([this] { return state().reconnectPending; }));
     EXPECT_EQ(view.text.front(), '*');
     EXPECT_FALSE(view.toolTip.empty());
 }

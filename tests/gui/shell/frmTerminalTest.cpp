@@ -1,3 +1,5 @@
+// The main window as a form: its controls show what the controller decides, and its events
+// reach the controller. What is decided is tested on the controller itself.
 #include "shell/frmTerminal.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -5,11 +7,12 @@
 #include "uploader/frmUploader.h"
 
 #include <QAction>
+#include <QCoreApplication>
 #include <QDialog>
+#include <QEvent>
 #include <QHeaderView>
 #include <QLabel>
 #include <QMenu>
-#include <QSignalSpy>
 #include <QSystemTrayIcon>
 #include <QTest>
 #include <QTimer>
@@ -20,12 +23,13 @@
 namespace station {
 namespace {
 
+constexpr ClientWindows::Handle clientHandle = 42;
+
 class TerminalTest : public testing::Test {
 protected:
     void SetUp() override {
-        config.backofficeHost = "backoffice.test";
         config.serverList = "127.0.0.1,127.0.0.2";
-        config.tickMs = 20;
+        config.tickMs = 24 * 3600 * 1000; // ticks are called by the tests
         fake.adapters.adapters = {{"eth0", {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}}};
     }
     frmTerminal& load(const std::string& storeReply) {
@@ -33,7 +37,7 @@ protected:
             return test::FakeHttp::ok(call.body.starts_with("mac=") ? storeReply : "");
         };
         window = std::make_unique<frmTerminal>(fake.ports, config, service);
-        loaded = window->Form_Load();
+        EXPECT_TRUE(window->Form_Load());
         return *window;
     }
     QStringList column(int c) const {
@@ -42,75 +46,41 @@ protected:
             out << window->ListView1->topLevelItem(i)->text(c);
         return out;
     }
+    QTreeWidgetItem* row(int k) const { return window->rowByKey("A " + std::to_string(k)); }
+    /// Every column of the row in the same weight: true bold, false normal, nothing when mixed.
+    std::optional<bool> bold(int k) const {
+        const bool first = row(k)->font(0).bold();
+        for (int c = 1; c < 5; ++c)
+            if (row(k)->font(c).bold() != first)
+                return std::nullopt;
+        return first;
+    }
 
     test::FakePorts fake;
     StationConfig config;
     IdentityCodec codec;
     ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
     std::unique_ptr<frmTerminal> window;
-    bool loaded = false;
 };
 
-TEST_F(TerminalTest, LoadBuildsStateAndShowsTheStoreRows) {
-    auto& w = load(test::storeListReply(2));
-    ASSERT_TRUE(loaded);
+TEST_F(TerminalTest, LoadShowsTheRowsTheMenusAndThePanel) {
+    auto& w = load(test::storeListReply(2) + "AA|1234500002|T2|u|p|10.0.0.2|23|DOM|x|Caf\xE9|Z|");
     EXPECT_TRUE(w.isVisible());
     EXPECT_EQ(w.windowTitle(), QStringLiteral("VORNE Terminal Version 2.1.14"));
     EXPECT_FALSE(w.Frame1->isVisible());
-    ASSERT_EQ(w.ListView1->columnCount(), 5);
     const QStringList headers{QStringLiteral("Store Name"), QStringLiteral("Register"), QStringLiteral("User Name"),
                               QStringLiteral("Serial Number"), QStringLiteral("Status")};
+    ASSERT_EQ(w.ListView1->columnCount(), 5);
     for (int c = 0; c < 5; ++c)
         EXPECT_EQ(w.ListView1->headerItem()->text(c), headers[c]);
-    EXPECT_EQ(column(0), (QStringList{QStringLiteral("STORE0"), QStringLiteral("STORE1")}));
-    EXPECT_EQ(column(1), (QStringList{QStringLiteral("T0"), QStringLiteral("T1")}));
-    EXPECT_EQ(column(3), (QStringList{QStringLiteral("1234500000"), QStringLiteral("1234500001")}));
-    EXPECT_NE(w.rowByKey("A 1"), nullptr);
-    EXPECT_EQ(w.buttonMenu(QStringLiteral("uploader"))->actions().size(), 2);
-    EXPECT_EQ(w.buttonMenu(QStringLiteral("uploader"))->actions()[1]->text(), QStringLiteral("1234500001 (STORE1)"));
-    EXPECT_EQ(w.buttonMenu(QStringLiteral("connect"))->actions().size(), 2);
+    EXPECT_EQ(column(0), (QStringList{QStringLiteral("STORE0"), QStringLiteral("STORE1"), QStringLiteral("Café")}));
+    EXPECT_EQ(column(3),
+              (QStringList{QStringLiteral("1234500000"), QStringLiteral("1234500001"), QStringLiteral("1234500002")}));
+    EXPECT_EQ(w.buttonMenu(QStringLiteral("uploader"))->actions()[2]->text(), QStringLiteral("1234500002 (Café)"));
+    EXPECT_EQ(w.buttonMenu(QStringLiteral("connect"))->actions().size(), 3);
     EXPECT_EQ(w.buttonMenu(QStringLiteral("tools"))->actions().size(), 10);
     EXPECT_EQ(w.panel(QStringLiteral("winsock"))->text(), QStringLiteral("Closed"));
     EXPECT_TRUE(w.Timer1->isActive());
-    const auto& s = w.state();
-    EXPECT_EQ(s.serverList, (std::vector<std::string>{"127.0.0.1", "127.0.0.2"}));
-    EXPECT_EQ(s.serverIndex, 0);
-    EXPECT_EQ(s.channelPort, 47000);
-    EXPECT_TRUE(s.reconnectPending);
-    EXPECT_EQ(s.channelTimeout, 30);
-    EXPECT_TRUE(s.settings.isOpen());
-    EXPECT_EQ(fake.http.bodies()[0], "mac=001122334455");
-    EXPECT_EQ(fake.http.bodies()[1], "updlast=2.1.14|001122334455|");
-}
-
-TEST_F(TerminalTest, RowCountsFromEmptyToOverfull) {
-    for (std::size_t n : {0u, 1u, 300u, 301u}) {
-        auto& w = load(test::storeListReply(n));
-        EXPECT_EQ(w.ListView1->topLevelItemCount(), static_cast<int>(std::min<std::size_t>(n, 300))) << n;
-        const auto notice = w.panel(QStringLiteral("message"))->text();
-        EXPECT_EQ(notice.contains(QStringLiteral("first 300")), n > 300) << notice.toStdString();
-    }
-}
-
-TEST_F(TerminalTest, DeadServiceStillOpensTheWindowWithAnEmptyList) {
-    fake.http.handler = [](const test::FakeHttp::Call&) { return test::FakeHttp::failed(); };
-    window = std::make_unique<frmTerminal>(fake.ports, config, service);
-    ASSERT_TRUE(window->Form_Load());
-    EXPECT_EQ(window->ListView1->topLevelItemCount(), 0);
-    EXPECT_TRUE(window->ListView1->isVisible());
-    for (const auto& call : fake.http.calls) // no version report without a list
-        EXPECT_EQ(call.body.rfind("updlast=", 0), std::string::npos) << call.body;
-}
-
-TEST_F(TerminalTest, SecondCopyShowsTheRefusalAndNeverLoads) {
-    fake.singleInstance.free = false;
-    auto& w = load(test::storeListReply(2));
-    EXPECT_FALSE(loaded);
-    EXPECT_FALSE(w.isVisible());
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, "Sorry, you can only run one copy of the VORNEOnline Terminal program");
-    EXPECT_FALSE(fake.dialogs.shown[0].title.has_value());
-    EXPECT_TRUE(fake.http.calls.empty());
 }
 
 TEST_F(TerminalTest, HeaderClicksFlipTheOrder) {
@@ -124,96 +94,77 @@ TEST_F(TerminalTest, HeaderClicksFlipTheOrder) {
     EXPECT_EQ(QStringList(second.rbegin(), second.rend()), first);
 }
 
-TEST_F(TerminalTest, DoubleClickConnectsTheRowsStoreEvenAfterSorting) {
+TEST_F(TerminalTest, DoubleClickConnectsTheStoreOfTheRowWhereverSortingMovedIt) {
     auto& w = load(test::storeListReply(3));
-    emit w.ListView1->header()->sectionClicked(0); // descending: STORE2 first
-    QSignalSpy spy(&w, &frmTerminal::connectRequested);
+    w.Timer1_Timer();
+    w.Timer1_Timer();
+    emit w.ListView1->header()->sectionClicked(0);
     auto* top = w.ListView1->topLevelItem(0);
+    const auto serial = top->text(3).toStdString();
+    fake.clientWindows.windows["GS Telnet Client   10.0.0." + serial.substr(serial.size() - 1)] = clientHandle;
     emit w.ListView1->itemDoubleClicked(top, 0);
-    ASSERT_EQ(spy.count(), 1);
-    EXPECT_EQ(spy[0][0].toInt(), top->text(0) == QStringLiteral("STORE2") ? 2 : 0);
+    ASSERT_EQ(fake.processLauncher.started.size(), 1u);
+    EXPECT_TRUE(fake.processLauncher.started[0].first.ends_with(" -x" + serial))
+        << fake.processLauncher.started[0].first;
+    EXPECT_EQ(top->text(4), QStringLiteral("connected"));
+    EXPECT_EQ(bold(std::stoi(serial.substr(serial.size() - 1))), true);
+    EXPECT_FALSE(w.button(QStringLiteral("connect"))->isEnabled());
+
+    // The client's window goes away: the row and the button come back.
+    w.Timer1_Timer();
+    EXPECT_EQ(bold(std::stoi(serial.substr(serial.size() - 1))), false);
+    EXPECT_TRUE(w.button(QStringLiteral("connect"))->isEnabled());
 }
 
-TEST_F(TerminalTest, UploaderRefusesWithMoreThanOneStore) {
-    auto& w = load(test::storeListReply(2));
-    w.doUploader();
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, "You have access to more then one store, please press the down arrow next to "
-                                          "the button and select a single store");
-    EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
-    EXPECT_EQ(w.findChild<QDialog*>(QStringLiteral("frmUploader")), nullptr);
+TEST_F(TerminalTest, ToolsMenuSetsTheClientFontAndActivationBringsTheClientForward) {
+    auto& w = load(test::storeListReply(1));
+    w.Timer1_Timer();
+    w.Timer1_Timer();
+    fake.clientWindows.windows["GS Telnet Client   10.0.0.0"] = clientHandle;
+    w.button(QStringLiteral("connect"))->click();
+    w.buttonMenu(QStringLiteral("tools"))->actions()[3]->trigger();
+    EXPECT_EQ(fake.clientWindows.fonts, (std::vector<std::pair<ClientWindows::Handle, int>>{{clientHandle, 3}}));
+    QEvent activate(QEvent::WindowActivate);
+    QCoreApplication::sendEvent(&w, &activate);
+    EXPECT_EQ(fake.clientWindows.broughtForward, (std::vector<ClientWindows::Handle>{clientHandle}));
+}
 
-    // Picking one store from the drop-down opens it; picking another while it is open moves it.
+TEST_F(TerminalTest, UploaderDropDownOpensTheWindowAndMovesItToAnotherStore) {
+    auto& w = load(test::storeListReply(2));
     for (int store : {1, 0}) {
         w.buttonMenu(QStringLiteral("uploader"))->actions()[store]->trigger();
         auto* uploader = w.findChild<frmUploader*>(QStringLiteral("frmUploader"));
         ASSERT_NE(uploader, nullptr);
         EXPECT_EQ(uploader->storeIndex(), store);
     }
-}
-
-TEST_F(TerminalTest, UploaderOpensForTheOnlyStore) {
-    auto& w = load(test::storeListReply(1));
-    w.doUploader();
-    EXPECT_TRUE(fake.dialogs.shown.empty());
-    EXPECT_NE(w.findChild<QDialog*>(QStringLiteral("frmUploader")), nullptr);
-}
-
-TEST_F(TerminalTest, ToolbarButtonsAndTrayMenu) {
-    auto& w = load(test::storeListReply(1));
-    struct B {
-        const char* key;
-        const char* caption;
-        const char* tip;
-    };
-    for (const auto& b : {B{"connect", "Connect", "Connect to VORNE"}, B{"tools", "Tools", ""},
-                          B{"helpdesk", "Helpdesk", "Request Help "},
-                          B{"reports", "Reports", "VORNEOnline Enterprise Backoffice System"},
-                          B{"about", "Info", "VORNE-Terminal Information"}, B{"uploader", "Uploader", ""}}) {
-        auto* button = w.button(QString::fromLatin1(b.key));
-        ASSERT_NE(button, nullptr) << b.key;
-        EXPECT_EQ(button->text(), QString::fromLatin1(b.caption));
-        EXPECT_EQ(button->toolTip(), QString::fromLatin1(b.tip));
-    }
-    QStringList names;
-    for (auto* a : w.mnuPopup->actions())
-        names << a->objectName();
-    EXPECT_EQ(names,
-              (QStringList{QStringLiteral("mnuConnect"), QStringLiteral("mnuTools"), QStringLiteral("mnuHelpdesk"),
-                           QStringLiteral("mnuReports"), QStringLiteral("mnuAbout"), QStringLiteral("mnuUploader"),
-                           QStringLiteral("mnuBreak"), QStringLiteral("mnuExit")}));
-    EXPECT_EQ(w.cSysTray1->toolTip(), QStringLiteral("VORNE Terminal"));
-    EXPECT_TRUE(w.cSysTray1->isVisible());
-}
-
-TEST_F(TerminalTest, ReportsOpenTheBackOfficeInTheBrowser) {
-    auto& w = load(test::storeListReply(1));
-    w.button(QStringLiteral("reports"))->click();
-    EXPECT_EQ(fake.browser.opened, (std::vector<std::string>{"http://backoffice.test:8300/ebs.cfm"}));
+    EXPECT_EQ(w.findChildren<frmUploader*>(QStringLiteral("frmUploader")).size(), 1);
 }
 
 TEST_F(TerminalTest, HelpdeskAndAboutOpenOnce) {
     auto& w = load(test::storeListReply(1));
     w.button(QStringLiteral("helpdesk"))->click();
     w.button(QStringLiteral("helpdesk"))->click();
-    w.button(QStringLiteral("about"))->click();
+    w.mnuPopup->findChild<QAction*>(QStringLiteral("mnuAbout"))->trigger();
     EXPECT_EQ(w.findChildren<QDialog*>(QStringLiteral("frmHelpdesk")).size(), 1);
     EXPECT_EQ(w.findChildren<QDialog*>(QStringLiteral("frmAbout")).size(), 1);
 }
 
-TEST_F(TerminalTest, CloseBoxHidesAndTheTimerKeepsTicking) {
+TEST_F(TerminalTest, CloseBoxNeverEndsTheStationAndTheTimerKeepsTicking) {
+    config.tickMs = 20;
     auto& w = load(test::storeListReply(1));
-    QSignalSpy ticks(&w, &frmTerminal::ticked);
     EXPECT_FALSE(w.close()); // the close is refused
-    EXPECT_FALSE(w.isVisible());
+    // Offscreen there is no tray to come back from: the window is minimised, not hidden.
+    ASSERT_FALSE(QSystemTrayIcon::isSystemTrayAvailable());
+    EXPECT_TRUE(w.isVisible());
+    EXPECT_TRUE(w.isMinimized());
     EXPECT_TRUE(w.Timer1->isActive());
-    EXPECT_TRUE(ticks.wait(1000));
-    EXPECT_TRUE(ticks.wait(1000));
+    // Ticks go on: the first one dials the host.
+    EXPECT_TRUE(QTest::qWaitFor([this] { return !fake.hostSocket.dials.empty(); }, 1000));
 }
 
-TEST_F(TerminalTest, ExitStopsTheTimerAndClosesTheSettings) {
+TEST_F(TerminalTest, ExitStopsTheTimerAndLetsTheWindowClose) {
     auto& w = load(test::storeListReply(1));
-    w.Form_Unload();
+    w.mnuPopup->findChild<QAction*>(QStringLiteral("mnuExit"))->trigger();
     EXPECT_FALSE(w.Timer1->isActive());
     EXPECT_FALSE(w.state().settings.isOpen());
     EXPECT_TRUE(w.close());

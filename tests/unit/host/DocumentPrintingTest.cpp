@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 namespace station {
 namespace {
 
@@ -125,11 +127,58 @@ INSTANTIATE_TEST_SUITE_P(Replies, ReportFormatTest,
                                          FormatCase{"Arial| 9.5 |P|x", "font Arial 9.500000", "orientation 1"},
                                          FormatCase{"Arial|big|P|x", "font Arial 0.000000", "orientation 1"}));
 
-TEST_F(PrintingTest, UnknownReportPrinterLeavesTheCurrentOne) {
-    printReport("1234567890", "daily.txt", "Nowhere");
-    EXPECT_EQ(fake.textPrinter.currentPrinter, "Default");
-    EXPECT_EQ(fake.textPrinter.calls.front(), "font Arial 12.000000");
-    EXPECT_EQ(fake.textPrinter.calls.back(), "end");
+// A report that cannot print says why, and nothing reaches a printer the station guessed.
+struct ReportFaultCase {
+    const char* name;
+    std::string printer;        // the report printer of the settings
+    std::string defaultPrinter; // the system's default; empty: none
+    std::string failingCall;    // the printer object call that fails ("" none, "printers", "print", "end")
+    bool spoolerDown;           // the failure is a spooler that cannot be asked
+    std::string detail;         // the message after its first line; empty: no message
+    bool printed;
+};
+class ReportFaultTest : public PrintingTest, public testing::WithParamInterface<ReportFaultCase> {};
+
+TEST_P(ReportFaultTest, SaysWhyNothingCameOut) {
+    const auto& c = GetParam();
+    fake.textPrinter.currentPrinter = c.defaultPrinter;
+    fake.textPrinter.fault = [&c](const std::string& call) {
+        if (c.failingCall.empty() || !call.starts_with(c.failingCall))
+            return;
+        if (c.spoolerDown)
+            throw SpoolerUnavailable("The print spooler is not answering");
+        throw std::runtime_error("the printer cannot be opened");
+    };
+    printReport("1234567890", "daily.txt", c.printer);
+    const auto shown = messages();
+    if (c.detail.empty())
+        EXPECT_TRUE(shown.empty()) << shown.front();
+    else
+        EXPECT_EQ(shown, std::vector<std::string>{"Error Printing file, store = '1234567890', report = 'daily.txt'\n" +
+                                                  c.detail});
+    EXPECT_EQ(std::ranges::count(fake.textPrinter.calls, "end") == 1, c.printed);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Faults, ReportFaultTest,
+    testing::Values(ReportFaultCase{"KnownPrinter", "Reports", "", "", false, "", true},
+                    ReportFaultCase{"UnknownPrinterGoesToTheDefault", "Nowhere", "Default", "", false, "", true},
+                    ReportFaultCase{"UnknownPrinterAndNoDefault", "Nowhere", "", "", false,
+                                    "The printer 'Nowhere' is not installed and no default printer is set.", false},
+                    ReportFaultCase{"NoPrinterAssignedAndNoDefault", "", "", "", false,
+                                    "The printer '' is not installed and no default printer is set.", false},
+                    ReportFaultCase{"SpoolerDownWhenAsked", "Reports", "Default", "printers", true,
+                                    "The print spooler is not answering", false},
+                    ReportFaultCase{"SpoolerGoneAtTheEnd", "Reports", "Default", "end", true,
+                                    "The print spooler is not answering", false},
+                    ReportFaultCase{"PrinterCannotBeOpened", "Reports", "Default", "print", false,
+                                    "the printer cannot be opened", true}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST_F(PrintingTest, WireTextIsShownAsTheUserReadsIt) {
+    printReport("1234567890", "caf\xE9.txt");
+    EXPECT_EQ(messages(),
+              std::vector<std::string>{"Error Printing file, store = '1234567890', report = 'café.txt' was not found"});
 }
 
 TEST(PrintStatements, EachEndsAtAndKeepsItsFormFeed) {
@@ -193,6 +242,22 @@ INSTANTIATE_TEST_SUITE_P(
                              {},
                              Spooler::Result::Failed},
                     TaskCase{"5,123456789,daily.txt", {"Report " + invalid}, {}}));
+
+TEST_F(PrintingTest, RawJobOnASpoolerThatCannotBeAskedSaysSo) {
+    fake.spooler.unavailable = SpoolerUnavailable("The print spooler is not running (connection refused)");
+    runPrintTask(parseTaskLine("6,1234567890,receipt.prn"), printing, service, "00-11-22", fake.dialogs);
+    EXPECT_EQ(messages(), std::vector<std::string>{"Error Printing file, store = '1234567890', report = "
+                                                   "'receipt.prn'\nThe print spooler is not running (connection "
+                                                   "refused)"});
+}
+
+TEST_F(PrintingTest, RawJobGoesToThePrinterNamedAsTheUserReadsIt) {
+    printerReply = "K\xFC"
+                   "che|LBL|Reports|rdr|COM1|";
+    runPrintTask(parseTaskLine("6,1234567890,receipt.prn"), printing, service, "00-11-22", fake.dialogs);
+    ASSERT_EQ(fake.spooler.jobs.size(), 1u);
+    EXPECT_EQ(fake.spooler.jobs[0].printer, "Küche");
+}
 
 TEST_F(PrintingTest, PrinterReplyIsAskedWithTheIdentityWithoutDashes) {
     runPrintTask(parseTaskLine("7,1234567890,label.prn"), printing, service, "00-11-22", fake.dialogs);

@@ -1,33 +1,12 @@
 #include "host/HostChannel.h"
 #include "host/HostCommands.h"
 #include "tests/support/FakePorts.h"
+#include "tests/support/FakeStationView.h"
 
 #include <gtest/gtest.h>
 
 namespace station {
 namespace {
-
-/// Records what the channel shows; the pole's two lines and every state the panel went through.
-class FakeView : public ChannelView {
-public:
-    std::string text = "Open 127.0.0.2", tag, toolTip;
-    bool panelShown = false;
-    int poleLoads = 0;
-    std::array<std::string, 2> pole{"old 1", "old 2"};
-    std::vector<std::string> panelHistory;
-
-    std::string panelText() const override { return text; }
-    void setPanelText(const std::string& t) override {
-        text = t;
-        panelHistory.push_back(t);
-    }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
-    void setPanelToolTip(const std::string& t) override { toolTip = t; }
-    void showPanel() override { panelShown = true; }
-    void showPole() override { ++poleLoads; }
-    void setPoleLine(int index, const std::string& line) override { pole.at(static_cast<std::size_t>(index)) = line; }
-};
 
 class HostChannelTest : public testing::Test {
 protected:
@@ -36,6 +15,7 @@ protected:
         state.serverList = {"127.0.0.2", "127.0.0.3", "127.0.0.4"};
         state.settings.open();
         state.settings.addRow();
+        view.text = "Open 127.0.0.2";
         fake.hostSocket.connected = true;
         channel.attach();
     }
@@ -43,7 +23,7 @@ protected:
 
     test::FakePorts fake;
     StationState state;
-    FakeView view;
+    test::FakeStationView view;
     std::vector<std::pair<std::string, std::string>> printed;
     HostChannel channel{
         state,        fake.hostSocket,
@@ -84,7 +64,9 @@ INSTANTIATE_TEST_SUITE_P(
                     ReadCase{"/3=12345|x|extra", {}, {{"12345", "x"}}}, ReadCase{"/3=1234567890", {}, {}},
                     ReadCase{"/3=C:\\out\\daily.txt", {}, {}},
                     ReadCase{"/3=1234567890|C:/out/daily.txt", {}, {{"1234567890", "C:"}}},
-                    ReadCase{"\xff/R=\xff", {"/L=00-11-22-33-44-55"}}, ReadCase{"", {}}, ReadCase{"////", {}}));
+                    ReadCase{"\xff/R=\xff", {"/L=00-11-22-33-44-55"}}, ReadCase{"", {}}, ReadCase{"////", {}},
+                    // Single-byte wire text is shown as the user reads it.
+                    ReadCase{"/M=Caf\xE9 M\xFCller \x80", {}, {}, {"Café Müller €"}}));
 
 TEST_F(HostChannelTest, ReadWithNulBytesKeepsThemInThePayload) {
     fake.hostSocket.events.received(std::string("/M=a\0b", 6));
@@ -124,7 +106,8 @@ INSTANTIATE_TEST_SUITE_P(
                     PoleCase{"Test Pole", "/D=..~A~B~C", {"", "A"}, 1},
                     PoleCase{"Test Pole", "/D=12", {"old 1", "old 2"}, 1},
                     PoleCase{"test pole", "/D=12First line~Second line", {"old 1", "old 2"}, 0},
-                    PoleCase{"", "/D=12First line", {"old 1", "old 2"}, 0}));
+                    PoleCase{"", "/D=12First line", {"old 1", "old 2"}, 0},
+                    PoleCase{"Test Pole", "/D=12Caf\xE9~\x80 4,50", {"Café", "€ 4,50"}, 1}));
 
 TEST_F(HostChannelTest, PanelShowsTheMarkWhileACommandRunsAndItsFormerTextAfter) {
     std::string textDuringMessage;

@@ -1,6 +1,5 @@
 #include "shell/ClientSession.h"
 #include "core/Environment.h"
-#include "shell/TickCounter.h"
 
 #include <gtest/gtest.h>
 
@@ -200,37 +199,6 @@ TEST(ConnectState, MarkingMovesOnlyTheStatedWay) {
     }
     EXPECT_EQ(rowStatusText(true, ""), "connected");
     EXPECT_EQ(rowStatusText(false, "gone"), "gone");
-}
-
-// Thirty ticks of a session: the row follows the client's window, and the periodic jobs and
-// keep-alives come on their own ticks whatever the rows do.
-TEST(Supervision, ThirtyTicks) {
-    auto e = store();
-    bool bold = false, connectEnabled = true;
-    TickCounter counter;
-    std::vector<int> jobs, keepAlives;
-    for (int tick = 1; tick <= 30; ++tick) {
-        counter.begin();
-        const bool window = tick >= 3 && tick < 20; // the client runs from tick 3 to 19
-        const auto decision = superviseRow(e, window, bold);
-        for (const auto& m : decision.marks)
-            bold = m.on, markConnectState(e, m.on);
-        if (decision.disableConnect)
-            connectEnabled = false;
-        if (decision.enableConnect)
-            connectEnabled = true;
-        EXPECT_EQ(bold, window) << "tick " << tick;
-        EXPECT_EQ(connectEnabled, !window) << "tick " << tick;
-        if (counter.keepAliveDue())
-            keepAlives.push_back(tick);
-        if (counter.periodicJobsDue()) {
-            jobs.push_back(tick);
-            counter.periodicJobsDone();
-        }
-    }
-    EXPECT_EQ(jobs, (std::vector<int>{1, 13, 14, 26, 27}));
-    EXPECT_EQ(keepAlives, (std::vector<int>{5, 10, 15, 20, 25, 30}));
-    EXPECT_EQ(e.connectState, 3);
 }
 
 } // namespace

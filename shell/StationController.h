@@ -1,0 +1,78 @@
+#pragma once
+// The station's sequencing under the main window: the load, the supervision tick, connecting a
+// store, the host channel and the station's commands. It decides; the window (a StationView)
+// shows. Plain C++ over the ports, so tests drive the real tick and the real connect.
+#include "core/StationState.h"
+#include "host/DocumentPrinting.h"
+#include "host/HostChannel.h"
+#include "platform/Ports.h"
+#include "platform/StationConfig.h"
+#include "service/ServiceClient.h"
+#include "shell/StationView.h"
+#include "shell/TickCounter.h"
+
+#include <string>
+
+namespace station {
+
+class StationController {
+public:
+    /// `programFolder` ends with the system's folder separator; the telnet clients lie there.
+    StationController(Ports& ports, const StationConfig& config, const ServiceClient& service, StationView& view,
+                      std::string programFolder);
+    StationController(const StationController&) = delete;
+    StationController& operator=(const StationController&) = delete;
+
+    StationState& state() { return m_state; }
+
+    /// The main window's load: guard, caption, store list, settings, timer, host channel. False
+    /// when another copy runs: the refusal was shown and the window must not be shown.
+    bool load();
+    /// Tray "Exit": stops the timer, writes the settings back and closes them.
+    void unload();
+    /// One tick of the supervision timer.
+    void tick();
+
+    /// Connects store entry `row`: checks, marks the row, starts the client and takes its window.
+    void connectStore(int row);
+    /// Marks entry `row` as connected or not, with an optional message in its status column.
+    void EntryLine(int row, bool on, const std::string& message = {});
+    /// Console font of the running client, by font index; a negative index does nothing.
+    void changeFonts(int size);
+    void sendWinsock(const std::string& data);
+
+    /// The station window was activated: a running client comes forward with it.
+    void activated();
+    /// The close box: the window goes where the user can get it back from.
+    void closeRequested();
+
+    // The station's commands.
+    void doUploader();
+    void doTools();
+    void doHelpdesk();
+    void doAbout();
+    void doReports();
+    /// Hook for loading or saving default settings; deliberately does nothing.
+    void GetDefaultSettings(bool saveDefaults = false);
+
+private:
+    void getStoreList();
+    void loadSettings();
+    void writeSettings();
+    void superviseClientWindows();
+    void storeMaintenancePoll();
+    /// Hidden where a tray icon brings it back; minimised where there is none, so the task bar does.
+    void putAway();
+
+    Ports& m_ports;
+    StationConfig m_config;
+    const ServiceClient& m_service;
+    StationView& m_view;
+    std::string m_programFolder;
+    StationState m_state;
+    TickCounter m_ticks;
+    DocumentPrinting m_printing;
+    HostChannel m_channel;
+};
+
+} // namespace station

@@ -1,0 +1,354 @@
+// The station's sequencing driven through the real controller with fake ports and a recording
+// view: the load, the supervision tick and its rhythm, connecting a store, the host channel.
+#include "shell/StationController.h"
+#include "core/Environment.h"
+#include "service/Codec.h"
+#include "tests/support/FakePorts.h"
+#include "tests/support/FakeStationView.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+
+namespace station {
+namespace {
+
+constexpr ClientWindows::Handle clientHandle = 42;
+constexpr const char* programFolder = "/opt/station/";
+
+StationConfig testConfig() {
+    StationConfig config;
+    config.serverList = "127.0.0.2,127.0.0.3";
+    config.backofficeHost = "backoffice.test";
+    config.reportsUrl = "http://reports.test/Reports/";
+    return config;
+}
+
+class StationControllerTest : public testing::Test {
+protected:
+    void SetUp() override {
+        fake.adapters.adapters = {{"eth0", {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}}};
+        fake.http.handler = [this](const test::FakeHttp::Call& call) {
+            if (call.method == "GET")
+                return test::FakeHttp::ok(document);
+            if (call.body.starts_with("store="))
+                timerDuringPoll.push_back(view.timerEnabled);
+            for (const auto& [key, body] : replies)
+                if (call.body.starts_with(key))
+                    return body ? test::FakeHttp::ok(*body) : test::FakeHttp::failed();
+            return test::FakeHttp::ok("");
+        };
+        replies["mac="] = test::storeListReply(2);
+        replies["prt="] = "R1||P3|||AB|";
+    }
+    StationController& load() {
+        EXPECT_TRUE(controller.load());
+        return controller;
+    }
+    /// The first tick polls the stores, which re-opens every store the reply does not name; the
+    /// second turns "R" back to open. After these two, rows only follow the client's window.
+    void settle() {
+        controller.tick();
+        controller.tick();
+    }
+    std::vector<std::string> bodiesStartingWith(const std::string& key) const {
+        std::vector<std::string> out;
+        for (const auto& body : fake.http.bodies())
+            if (body.starts_with(key))
+                out.push_back(body);
+        return out;
+    }
+
+    std::map<std::string, std::optional<std::string>> replies;
+    std::string document = "page";
+    std::vector<bool> timerDuringPoll;
+    test::FakePorts fake;
+    test::FakeStationView view;
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    StationController controller{fake.ports, testConfig(), service, view, programFolder};
+};
+
+TEST_F(StationControllerTest, LoadShowsTheStoresLoadsTheSettingsAndArmsTheChannel) {
+    replies["mac="] = test::storeListReply(1) +
+                      "00-11-22-33-44-55|1234500001|T1|u|p|10.0.0.9|23|DOM|x|Caf\xE9 M\xFCller|"
+                      "Z\xFC|";
+    auto& c = load();
+    EXPECT_EQ(view.caption, "VORNE Terminal Version 2.1.14");
+    EXPECT_TRUE(view.visible);
+    EXPECT_EQ(view.fontMenu.size(), 10u);
+    ASSERT_EQ(view.rows.size(), 2u);
+    EXPECT_EQ(view.rows[0].storeName, "STORE0");
+    EXPECT_EQ(view.rows[1].key, "A 1");
+    // Wire text is shown as the user reads it; the state keeps the bytes as they came.
+    EXPECT_EQ(view.rows[1].storeName, "Café Müller");
+    EXPECT_EQ(view.rows[1].displayUser, "Zü");
+    EXPECT_EQ(view.uploaderMenu[1].menuText, "1234500001 (Café Müller)");
+    EXPECT_EQ(c.state().stores.at(1).storeName, "Caf\xE9 M\xFC"
+                                                "ller");
+    EXPECT_EQ(view.text, "Closed");
+    EXPECT_TRUE(view.timerEnabled);
+    EXPECT_EQ(c.state().settings.get("prt2"), "P3");
+    EXPECT_EQ(c.state().serverList, (std::vector<std::string>{"127.0.0.2", "127.0.0.3"}));
+    EXPECT_TRUE(c.state().reconnectPending);
+    EXPECT_EQ(fake.http.bodies(),
+              (std::vector<std::string>{"mac=001122334455", "updlast=2.1.14|001122334455|", "prt=001122334455"}));
+    // The channel is armed: the host's identity request is answered.
+    fake.hostSocket.connected = true;
+    fake.hostSocket.events.received("/R=");
+    EXPECT_EQ(fake.hostSocket.sent, (std::vector<std::string>{"/L=00-11-22-33-44-55"}));
+}
+
+TEST_F(StationControllerTest, SecondCopyShowsTheRefusalAndLoadsNothing) {
+    fake.singleInstance.free = false;
+    EXPECT_FALSE(controller.load());
+    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
+    EXPECT_EQ(fake.dialogs.shown[0].text, "Sorry, you can only run one copy of the VORNEOnline Terminal program");
+    EXPECT_FALSE(fake.dialogs.shown[0].title.has_value());
+    EXPECT_FALSE(view.visible);
+    EXPECT_TRUE(fake.http.calls.empty());
+}
+
+TEST_F(StationControllerTest, UnreachableServiceOpensAnEmptyListThatSaysWhy) {
+    replies["mac="] = std::nullopt;
+    replies["prt="] = std::nullopt;
+    load();
+    EXPECT_TRUE(view.rows.empty());
+    const auto& notice = view.panels[StationView::Panel::Message];
+    EXPECT_NE(notice.find("not reached"), std::string::npos) << notice;
+    EXPECT_NE(notice.find("connection refused"), std::string::npos) << notice;
+    EXPECT_TRUE(bodiesStartingWith("updlast=").empty());
+    EXPECT_TRUE(view.timerEnabled);
+}
+
+TEST_F(StationControllerTest, ShortSettingsReplyStillLoadsAndSaysSo) {
+    replies["prt="] = "a|b|c|d|e|f|g|";
+    auto& c = load();
+    EXPECT_EQ(c.state().settings.get("prt0"), "a");
+    EXPECT_FALSE(view.panels[StationView::Panel::Message].empty());
+    EXPECT_TRUE(view.timerEnabled);
+}
+
+// Thirty ticks with a client running from tick 3 to 19: the row follows its window, and the
+// redial, the keep-alives and the periodic jobs come on their own ticks.
+TEST_F(StationControllerTest, TheTickRhythmOverThirtyTicks) {
+    auto& c = load();
+    std::vector<int> polls, keepAlives, boldTicks;
+    std::size_t pollsBefore = 0, sentBefore = 0;
+    for (int tick = 1; tick <= 30; ++tick) {
+        const bool running = tick >= 3 && tick < 20;
+        fake.clientWindows.windows.clear();
+        if (running)
+            fake.clientWindows.windows["GS Telnet Client   10.0.0.1 x:1234500001"] = clientHandle;
+        c.tick();
+        if (tick == 1) { // the host takes the first dial
+            fake.hostSocket.connected = true;
+            fake.hostSocket.events.connected();
+        }
+        if (const auto n = bodiesStartingWith("store=").size(); n != pollsBefore) {
+            polls.push_back(tick);
+            pollsBefore = n;
+        }
+        if (fake.hostSocket.sent.size() != sentBefore) {
+            EXPECT_EQ(fake.hostSocket.sent.back(), "/P=");
+            keepAlives.push_back(tick);
+            sentBefore = fake.hostSocket.sent.size();
+        }
+        if (tick > 2) { // after the first poll has re-opened and the next tick has opened the stores
+            EXPECT_EQ(view.bold[1], running) << "tick " << tick;
+            EXPECT_EQ(view.connectEnabled, !running) << "tick " << tick;
+        }
+        EXPECT_TRUE(view.timerEnabled);
+    }
+    EXPECT_EQ(polls, (std::vector<int>{1, 13, 14, 26, 27}));
+    EXPECT_EQ(keepAlives, (std::vector<int>{5, 10, 15, 20, 25, 30}));
+    // The timer is off while the periodic jobs run, so ticks do not pile up behind them.
+    EXPECT_EQ(timerDuringPoll, std::vector<bool>(5, false));
+    EXPECT_EQ(c.state().stores.at(1).connectState, 3);
+    EXPECT_EQ(view.status[1], "");
+    EXPECT_EQ(view.restores, 1); // the client went away once
+    // The line held, so only the first tick dialled.
+    EXPECT_EQ(fake.hostSocket.dials, (std::vector<std::string>{"127.0.0.2"}));
+    EXPECT_EQ(view.text, "Open 127.0.0.2");
+}
+
+TEST_F(StationControllerTest, MaintenanceShutdownShowsInTheRowUntilTheStoreIsReleased) {
+    auto& c = load();
+    replies["store="] = "STORE1|";
+    c.tick(); // the poll comes after the rows are looked at: the next tick shows it
+    EXPECT_EQ(c.state().stores.at(1).status, "Y");
+    c.tick();
+    EXPECT_EQ(view.status[1], "Store Shutdown for Maint @ " + dateTimeText(fake.clock.time));
+    EXPECT_FALSE(view.bold[1]);
+    replies["store="] = "";
+    for (int tick = 3; tick <= 15; ++tick)
+        c.tick();
+    EXPECT_EQ(c.state().stores.at(1).status, " ");
+    EXPECT_EQ(view.status[1], "");
+}
+
+TEST_F(StationControllerTest, ConnectStartsTheClientTakesItsWindowAndPutsTheStationAway) {
+    replies["mac="] = test::storeListReply(1) + "00-11-22-33-44-55|1234500001|T1|user1|p\xE4ss|10.0.0.1|23|DOM|x|S1|U|";
+    auto& c = load();
+    settle();
+    fake.clientWindows.windows["GS Telnet Client   10.0.0.1"] = clientHandle;
+    c.connectStore(1);
+
+    ASSERT_EQ(fake.processLauncher.started.size(), 1u);
+    // The password's wire byte reaches the client as the letter it stands for.
+    EXPECT_EQ(fake.processLauncher.started[0].first,
+              std::string(programFolder) +
+                  "gs_clnt7.exe -bT1 -uuser1 -P23 -ppäss -h10.0.0.1 -dDOM -H180 -z -r1=ABR1 -r3=ABP3 -x1234500001");
+    EXPECT_EQ(fake.processLauncher.started[0].second, ProcessLauncher::Show::Normal);
+    EXPECT_EQ(fake.yield.pauses, (std::vector<std::chrono::milliseconds>{std::chrono::milliseconds(300)}));
+    EXPECT_TRUE(fake.dialogs.shown.empty());
+    EXPECT_EQ(c.state().clientWindow, clientHandle);
+    EXPECT_EQ(fake.clientWindows.shown, (std::vector<ClientWindows::Handle>{clientHandle}));
+    EXPECT_FALSE(view.visible);
+    EXPECT_TRUE(view.bold[1]);
+    EXPECT_EQ(view.status[1], "connected");
+    EXPECT_FALSE(view.bold[0]);
+    EXPECT_FALSE(view.connectEnabled);
+    EXPECT_EQ(c.state().stores.at(1).connectState, 1);
+
+    // Activating the station brings the client forward with it.
+    c.activated();
+    EXPECT_EQ(fake.clientWindows.broughtForward, (std::vector<ClientWindows::Handle>{clientHandle}));
+    EXPECT_EQ(view.raises, 1);
+    c.changeFonts(3);
+    EXPECT_EQ(fake.clientWindows.fonts, (std::vector<std::pair<ClientWindows::Handle, int>>{{clientHandle, 3}}));
+}
+
+TEST_F(StationControllerTest, WithoutATrayTheStationIsMinimisedInsteadOfHidden) {
+    view.tray = false;
+    auto& c = load();
+    settle();
+    c.connectStore(0);
+    EXPECT_TRUE(view.visible);
+    EXPECT_TRUE(view.minimised);
+    view.minimised = false;
+    c.closeRequested();
+    EXPECT_TRUE(view.visible);
+    EXPECT_TRUE(view.minimised);
+    view.tray = true;
+    c.closeRequested();
+    EXPECT_FALSE(view.visible);
+}
+
+struct RefusalCase {
+    const char* name;
+    std::function<void(StoreEntry&)> change;
+    bool connectedFirst;
+    std::string text; // "M" stands for the maintenance text of the entry
+    std::string title;
+};
+class ConnectRefusal : public StationControllerTest, public testing::WithParamInterface<RefusalCase> {};
+
+TEST_P(ConnectRefusal, ShowsItsBoxAndStartsNothing) {
+    auto& c = load();
+    settle();
+    if (GetParam().connectedFirst) {
+        c.connectStore(0);
+        fake.processLauncher.started.clear();
+        view.visible = true;
+    }
+    auto& entry = c.state().stores.at(0);
+    GetParam().change(entry);
+    const auto connectState = entry.connectState;
+    c.connectStore(0);
+    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
+    const auto expected = GetParam().text == "M" ? "This store was shutdown for maintenance @ " +
+                                                       dateTimeText(entry.maintenanceTime) + " please try again later"
+                                                 : GetParam().text;
+    EXPECT_EQ(fake.dialogs.shown[0].text, expected);
+    EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
+    EXPECT_EQ(fake.dialogs.shown[0].title, GetParam().title);
+    EXPECT_TRUE(fake.processLauncher.started.empty());
+    EXPECT_EQ(view.bold[0], GetParam().connectedFirst);
+    EXPECT_TRUE(view.visible);
+    EXPECT_EQ(entry.connectState, connectState);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, ConnectRefusal,
+    testing::Values(
+        RefusalCase{"MissingItemsAreToldFirst",
+                    [](StoreEntry& e) {
+                        e.password = " ";
+                        e.domainName.clear();
+                        e.status = "X";
+                    },
+                    false,
+                    "You are missing the following information from your login data: \r\nPassword\r\nDomain Name\r\n",
+                    "Can Not login, missing information"},
+        RefusalCase{"Maintenance",
+                    [](StoreEntry& e) {
+                        e.status = "X";
+                        e.maintenanceTime =
+                            std::chrono::sys_days{std::chrono::year{2026} / 3 / 4} + std::chrono::hours(5);
+                    },
+                    false, "M", "Can Not login"},
+        RefusalCase{"AlreadyConnected", [](StoreEntry&) {}, true,
+                    "You must first get out of the existing VORNEOnline connection to this store", "Can Not login"}),
+    [](const auto& p) { return std::string(p.param.name); });
+
+TEST_F(StationControllerTest, ClientThatCannotStartEndsQuietlyAndTheNextTickGivesTheRowBack) {
+    auto& c = load();
+    settle();
+    fake.processLauncher.succeed = false;
+    c.connectStore(0);
+    EXPECT_TRUE(fake.dialogs.shown.empty());
+    EXPECT_EQ(view.panels[StationView::Panel::Message], "The telnet client gs_clnt7.exe could not be started");
+    EXPECT_TRUE(view.visible);
+    c.tick();
+    EXPECT_FALSE(view.bold[0]);
+    EXPECT_TRUE(view.connectEnabled);
+}
+
+TEST_F(StationControllerTest, HostReportIsPrintedOnTheReportPrinterOfTheSettings) {
+    fake.textPrinter.installed = {"Office", "P3"};
+    load();
+    fake.hostSocket.events.received("/3=1234567890|C:\\out\\daily.txt");
+    ASSERT_FALSE(fake.http.calls.empty());
+    EXPECT_EQ(fake.http.calls.back().body, "report=dai");
+    EXPECT_EQ(fake.textPrinter.calls.front(), "select P3");
+    EXPECT_EQ(fake.textPrinter.calls.back(), "end");
+}
+
+TEST_F(StationControllerTest, Commands) {
+    auto& c = load();
+    c.doUploader();
+    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
+    EXPECT_EQ(fake.dialogs.shown[0].text, "You have access to more then one store, please press the down arrow next to "
+                                          "the button and select a single store");
+    EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
+
+    // The settings go back to the service once the device window has closed.
+    std::size_t writesWhileOpen = 99;
+    view.whilePrinterSetupOpen = [&] { writesWhileOpen = bodiesStartingWith("prtupt=").size(); };
+    c.doTools();
+    EXPECT_EQ(writesWhileOpen, 0u);
+    EXPECT_EQ(bodiesStartingWith("prtupt="), (std::vector<std::string>{"prtupt=R1||P3|||AB|001122334455|"}));
+
+    c.doHelpdesk();
+    c.doAbout();
+    c.doReports();
+    EXPECT_EQ(view.opened, (std::vector<std::string>{"printers", "helpdesk", "about"}));
+    EXPECT_EQ(fake.browser.opened, (std::vector<std::string>{"http://backoffice.test:8300/ebs.cfm"}));
+
+    c.unload();
+    EXPECT_FALSE(view.timerEnabled);
+    EXPECT_EQ(bodiesStartingWith("prtupt=").size(), 2u);
+    EXPECT_FALSE(c.state().settings.isOpen());
+}
+
+TEST_F(StationControllerTest, UploaderOpensForTheOnlyStore) {
+    replies["mac="] = test::storeListReply(1);
+    auto& c = load();
+    c.doUploader();
+    EXPECT_TRUE(fake.dialogs.shown.empty());
+    EXPECT_EQ(view.opened, std::vector<std::string>{"uploader 0"});
+}
+
+} // namespace
+} // namespace station
