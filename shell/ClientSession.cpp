@@ -53,7 +53,7 @@ std::string clientArguments(const StoreEntry& entry, StationSettings& settings) 
     const char* routes[] = {"prt0", "prt1", "prt2"};
     for (int i = 0; i < 3; ++i)
         if (const auto printer = text::trim(settings.get(routes[i])); !printer.empty())
-            args += " -r" + std::to_string(i + 1) + "=" + prefix + printer;
+            args.append(" -r").append(std::to_string(i + 1)).append("=").append(prefix).append(printer);
     return args;
 }
 

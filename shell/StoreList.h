@@ -29,6 +29,6 @@ std::vector<StoreRow> storeRows(const StoreTable& stores);
 std::string storeMenuText(const StoreEntry& entry);
 /// A line for the status bar when the list could not be fetched or was not taken whole; empty
 /// when it was. An empty list must never pass for "no stores" when the service was not reached.
-std::string storeListNotice(const ServiceReply<StoreListReply>& reply);
+std::string storeListNotice(const ServiceReply<StoreListReply>& fetched);
 
 } // namespace station

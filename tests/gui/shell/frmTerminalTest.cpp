@@ -83,15 +83,19 @@ TEST_F(TerminalTest, LoadShowsTheRowsTheMenusAndThePanel) {
     EXPECT_TRUE(w.Timer1->isActive());
 }
 
-TEST_F(TerminalTest, HeaderClicksFlipTheOrder) {
-    auto& w = load(test::storeListReply(3));
+TEST_F(TerminalTest, HeaderClicksSortByTheColumnAndFlipTheOrder) {
+    auto& w = load(test::storeListReply(2) + "AA|0000000009|T9|u|p|10.0.0.9|23|DOM|x|ALPHA|Z|");
+    const QStringList ascending{QStringLiteral("ALPHA"), QStringLiteral("STORE0"), QStringLiteral("STORE1")};
+    const QStringList descending(ascending.rbegin(), ascending.rend());
     auto* header = w.ListView1->header();
     emit header->sectionClicked(0);
-    const auto first = column(0);
+    EXPECT_EQ(column(0), descending);
     emit header->sectionClicked(0);
-    const auto second = column(0);
-    EXPECT_NE(first, second);
-    EXPECT_EQ(QStringList(second.rbegin(), second.rend()), first);
+    EXPECT_EQ(column(0), ascending);
+    // Another column: its serial numbers lead, and the order flips again.
+    emit header->sectionClicked(3);
+    EXPECT_EQ(column(3),
+              (QStringList{QStringLiteral("1234500001"), QStringLiteral("1234500000"), QStringLiteral("0000000009")}));
 }
 
 TEST_F(TerminalTest, DoubleClickConnectsTheStoreOfTheRowWhereverSortingMovedIt) {
