@@ -28,11 +28,4 @@ std::string stationIdentity(const std::vector<NetworkAdapter>& adapters) {
     return id;
 }
 
-std::string adapterListing(const std::vector<NetworkAdapter>& adapters) {
-    std::string out = std::to_string(adapters.size()) + " Adapter(s):";
-    for (const auto& adapter : adapters)
-        out += "\r\n" + adapter.name + " " + formatPhysicalAddress(adapter.address);
-    return out;
-}
-
 } // namespace station

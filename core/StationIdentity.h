@@ -20,7 +20,4 @@ std::string formatPhysicalAddress(const std::vector<std::uint8_t>& address);
 /// in a row. Adapters without an address are left out.
 std::string stationIdentity(const std::vector<NetworkAdapter>& adapters);
 
-/// A readable listing headed by the adapter count: "2 Adapter(s):" then one line per adapter.
-std::string adapterListing(const std::vector<NetworkAdapter>& adapters);
-
 } // namespace station

@@ -131,16 +131,16 @@ std::string printFaultMessage(std::string_view storeId, std::string_view name, i
     return printFaultHead(storeId, name) + "\n" + std::to_string(number);
 }
 
-DocumentPrinting::DocumentPrinting(Ports ports, std::string reportsUrl)
-    : m_ports(ports), m_reportsUrl(std::move(reportsUrl)) {}
+DocumentPrinting::DocumentPrinting(Peers peers, std::string reportsUrl)
+    : m_peers(peers), m_reportsUrl(std::move(reportsUrl)) {}
 
 void DocumentPrinting::tell(const std::string& wireText, const std::string& detail) {
-    m_ports.dialogs.message(text::fromWire(wireText) + detail, Dialogs::Icon::None, Dialogs::Buttons::Ok, std::nullopt);
+    m_peers.dialogs.message(text::fromWire(wireText) + detail, Dialogs::Icon::None, Dialogs::Buttons::Ok, std::nullopt);
 }
 
 std::string DocumentPrinting::download(std::string_view storeId, std::string_view name) {
     const HttpClient::BasicAuth auth{"administrator", "lantern"};
-    const auto response = m_ports.http.get(documentAddress(m_reportsUrl, storeId, name), &auth);
+    const auto response = m_peers.http.get(documentAddress(m_reportsUrl, storeId, name), &auth);
     // An error page is no document.
     return response.ok ? response.body : std::string();
 }
@@ -164,8 +164,8 @@ void DocumentPrinting::printReport(const std::string& storeId, const std::string
         return;
     }
     ReportFormat format;
-    orSkip([&] { format = m_ports.service.reportFormat(std::string_view(name).substr(0, 3)); });
-    auto& printer = m_ports.textPrinter;
+    orSkip([&] { format = m_peers.service.reportFormat(std::string_view(name).substr(0, 3)); });
+    auto& printer = m_peers.textPrinter;
     std::string fault;
     try {
         const auto wanted = text::fromWire(text::trim(printerName()));
@@ -218,7 +218,7 @@ void DocumentPrinting::printRaw(DocumentKind kind, const std::string& storeId, c
         tell(notFoundMessage(storeId, file));
         return;
     }
-    switch (m_ports.spooler.printRaw(text::fromWire(printer), "AAAAAA", text)) {
+    switch (m_peers.spooler.printRaw(text::fromWire(printer), "AAAAAA", text)) {
     case Spooler::Result::Done:
         break;
     case Spooler::Result::UnknownPrinter:

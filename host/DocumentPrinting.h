@@ -59,14 +59,16 @@ private:
 
 class DocumentPrinting {
 public:
-    struct Ports {
+    /// What printing reaches: the service, the reports server, the printer object, the spooler
+    /// and the message boxes.
+    struct Peers {
         const ServiceClient& service;
         HttpClient& http;
         TextPrinter& textPrinter;
         Spooler& spooler;
         Dialogs& dialogs;
     };
-    DocumentPrinting(Ports ports, std::string reportsUrl);
+    DocumentPrinting(Peers peers, std::string reportsUrl);
 
     /// Prints a report on the printer that `printerName` names when asked (after the checks and
     /// the download); a printer that is not installed leaves the current one. A report that
@@ -85,7 +87,7 @@ private:
     /// A message box of the wire text (decoded) and a detail already in UTF-8.
     void tell(const std::string& wireText, const std::string& detail = {});
 
-    Ports m_ports;
+    Peers m_peers;
     std::string m_reportsUrl;
 };
 

@@ -67,8 +67,6 @@ public:
     /// "setupload=" for a station that has a saved folder, "insertupload=" for one that has none.
     void saveUploadFolder(const UploadFolder& saved, std::string_view stationId, std::string_view folder) const;
 
-    const std::string& serviceUrl() const { return m_serviceUrl; }
-
 private:
     /// key + encode(value) as it stands; the decoded reply.
     ServiceReply<std::string> send(std::string_view key, std::string_view value) const;
