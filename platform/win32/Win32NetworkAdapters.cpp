@@ -9,6 +9,7 @@
 #include <iphlpapi.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace station {
