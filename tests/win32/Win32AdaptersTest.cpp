@@ -92,44 +92,6 @@ std::optional<Received> awaitReport(const fs::path& report) {
     return std::nullopt;
 }
 
-// --- Text conversion --------------------------------------------------------------------------
-
-struct TextCase {
-    const char* name;
-    std::string utf8;
-    std::wstring utf16;
-};
-void PrintTo(const TextCase& c, std::ostream* out) {
-    *out << c.name;
-}
-
-class WideTextConversion : public testing::TestWithParam<TextCase> {};
-
-TEST_P(WideTextConversion, Utf8AndUtf16AreTheSameText) {
-    EXPECT_EQ(wide(GetParam().utf8), GetParam().utf16);
-    EXPECT_EQ(narrow(GetParam().utf16), GetParam().utf8);
-}
-
-INSTANTIATE_TEST_SUITE_P(Table, WideTextConversion,
-                         testing::Values(TextCase{"Empty", "", L""}, TextCase{"Ascii", "gs_clnt.exe", L"gs_clnt.exe"},
-                                         TextCase{"Umlaut",
-                                                  "\xC3\x9C"
-                                                  "bergabe",
-                                                  L"\u00DC"
-                                                  L"bergabe"},
-                                         TextCase{"Cjk", "\xE6\x9D\xB1\xE4\xBA\xAC", L"\u6771\u4EAC"},
-                                         TextCase{"BeyondTheBmp", "\xF0\x9F\x96\xA8", L"\xD83D\xDDA8"},
-                                         TextCase{"EmbeddedNul", std::string("a\0b", 3), std::wstring(L"a\0b", 3)}),
-                         [](const auto& p) { return std::string(p.param.name); });
-
-TEST(WideTextInvalid, BrokenUtf8BecomesReplacementCharacters) {
-    EXPECT_EQ(wide("a\xFF"
-                   "b"),
-              L"a\uFFFD"
-              L"b");
-    EXPECT_EQ(wide("\xC3"), L"\uFFFD");
-}
-
 // --- Process launch ---------------------------------------------------------------------------
 
 struct LaunchCase {
