@@ -6,12 +6,18 @@ namespace station {
 
 std::optional<std::string> environmentVariable(const char* name) {
 #ifdef _WIN32
-    char* value = nullptr;
+    // getenv_s rather than _dupenv_s: the system's msvcrt.dll, which mingw-w64 builds link,
+    // does not have the latter.
+    // The size query's return code differs between runtimes (0, or ERANGE under Wine's msvcrt);
+    // the size it reports does not.
     std::size_t length = 0;
-    if (_dupenv_s(&value, &length, name) != 0 || !value)
+    (void)getenv_s(&length, nullptr, 0, name);
+    if (length == 0)
         return std::nullopt;
-    std::string out(value);
-    std::free(value);
+    std::string out(length, '\0');
+    if (getenv_s(&length, out.data(), out.size(), name) != 0)
+        return std::nullopt;
+    out.resize(length > 0 ? length - 1 : 0); // the length counts the terminator
     return out;
 #else
     if (const char* value = std::getenv(name))

@@ -1,9 +1,8 @@
 // Shared libraries through LoadLibraryW: the path is UTF-8 inside the station and UTF-16 for
 // the system, so a folder with letters beyond ASCII loads too.
-#include "platform/Adapters.h"
 #include "platform/win32/WideText.h"
 
-#include <windows.h>
+#include "platform/Adapters.h"
 
 namespace station {
 namespace {

@@ -1,13 +1,15 @@
 // Network adapters from GetAdaptersInfo: the order and the physical addresses Windows reports.
+// The station identity is built from that order, so it stays the source even though its
+// descriptions come in the ANSI code page.
+#include "platform/win32/WideText.h"
+
 #include "platform/Adapters.h"
 #include "platform/NetworkAdapters.h"
-
-#include <windows.h>
-#include <winsock2.h>
 
 #include <iphlpapi.h>
 
 #include <algorithm>
+#include <cstring>
 #include <memory>
 
 namespace station {
@@ -39,8 +41,10 @@ public:
             if (std::all_of(address.begin(), address.end(), [](std::uint8_t b) { return b == 0; }))
                 continue;
             // The description is the name people recognise; the GUID name where there is none.
-            std::string name = info->Description[0] != '\0' ? info->Description : info->AdapterName;
-            adapters.push_back({std::move(name), std::move(address)});
+            const char* name = info->Description[0] != '\0' ? info->Description : info->AdapterName;
+            const std::string_view text(
+                name, strnlen(name, name == info->Description ? sizeof info->Description : sizeof info->AdapterName));
+            adapters.push_back({narrow(wideFromAnsi(text)), std::move(address)});
         }
         return adapters;
     }

@@ -1,53 +1,123 @@
 // Raw jobs through the Windows spooler: one document, one page, one write of the bytes as they
 // stand. No data type is named, so the printer's default applies.
+#include "platform/win32/WideText.h"
+
 #include "platform/Adapters.h"
 
-#include <windows.h>
 #include <winspool.h>
+
+#include <chrono>
+#include <future>
+#include <memory>
+#include <thread>
 
 namespace station {
 namespace {
 
+// A spooler that hangs (a stuck driver, a network printer that does not answer) must not hold
+// the station: each call runs on a thread of its own and is given up after these times.
+constexpr std::chrono::seconds listLimit{15};
+constexpr std::chrono::seconds jobLimit{30};
+
+/// Error codes with which the spooler's RPC interface says that the service is not there.
+bool spoolerNotRunning(DWORD code) {
+    switch (code) {
+    case RPC_S_SERVER_UNAVAILABLE:
+    case RPC_S_SERVER_TOO_BUSY:
+    case RPC_S_CALL_FAILED:
+    case RPC_S_CALL_FAILED_DNE:
+    case RPC_S_UNKNOWN_IF:
+    case EPT_S_NOT_REGISTERED:
+    case ERROR_SERVICE_NOT_ACTIVE:
+        return true;
+    default:
+        return false;
+    }
+}
+
+[[noreturn]] void throwNotRunning(DWORD code) {
+    throw SpoolerUnavailable("The Windows print spooler is not running (service \"Print Spooler\"): " +
+                             systemMessage(code) + ". Start the service and print again.");
+}
+
+/// Runs `work` on a thread of its own and waits at most `limit` for its result. A thread that
+/// does not come back in time is left to finish on its own: it owns everything it uses.
+template <class Work> auto bounded(Work work, std::chrono::seconds limit) {
+    using Result = decltype(work());
+    auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
+    auto result = task->get_future();
+    std::thread([task] { (*task)(); }).detach();
+    if (result.wait_for(limit) != std::future_status::ready)
+        throw SpoolerUnavailable("The Windows print spooler did not answer within " + std::to_string(limit.count()) +
+                                 " seconds. Check the printer and the service \"Print Spooler\", then print again.");
+    return result.get();
+}
+
+std::vector<std::string> listPrinters() {
+    const DWORD flags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
+    // The list can grow between the size query and the read: ask again with the new size.
+    std::vector<BYTE> buffer;
+    DWORD needed = 0;
+    DWORD returned = 0;
+    for (int attempt = 0; attempt < 4; ++attempt) {
+        const DWORD size = static_cast<DWORD>(buffer.size());
+        if (EnumPrintersW(flags, nullptr, 4, buffer.empty() ? nullptr : buffer.data(), size, &needed, &returned)) {
+            std::vector<std::string> out;
+            const auto* info = reinterpret_cast<const PRINTER_INFO_4W*>(buffer.data());
+            for (DWORD i = 0; i < returned; ++i)
+                out.push_back(narrow(info[i].pPrinterName));
+            return out;
+        }
+        const DWORD error = GetLastError();
+        if (spoolerNotRunning(error))
+            throwNotRunning(error);
+        if (error != ERROR_INSUFFICIENT_BUFFER || needed == 0)
+            return {};
+        buffer.resize(needed);
+    }
+    return {};
+}
+
+Spooler::Result submitRaw(const std::wstring& printer, std::wstring documentName, const std::string& data) {
+    HANDLE handle = nullptr;
+    std::wstring name = printer;
+    if (!OpenPrinterW(name.data(), &handle, nullptr) || !handle) {
+        const DWORD error = GetLastError();
+        if (spoolerNotRunning(error))
+            throwNotRunning(error);
+        return error == ERROR_INVALID_PRINTER_NAME ? Spooler::Result::UnknownPrinter : Spooler::Result::Failed;
+    }
+    DOC_INFO_1W doc{};
+    doc.pDocName = documentName.data();
+    doc.pOutputFile = nullptr;
+    doc.pDatatype = nullptr;
+    bool ok = false;
+    if (StartDocPrinterW(handle, 1, reinterpret_cast<LPBYTE>(&doc)) != 0) {
+        if (StartPagePrinter(handle)) {
+            DWORD written = 0;
+            std::string bytes = data; // WritePrinter takes a non-const pointer
+            ok = WritePrinter(handle, bytes.data(), static_cast<DWORD>(bytes.size()), &written) &&
+                 written == bytes.size();
+            EndPagePrinter(handle);
+        }
+        EndDocPrinter(handle);
+    }
+    ClosePrinter(handle);
+    return ok ? Spooler::Result::Done : Spooler::Result::Failed;
+}
+
 class WinspoolSpooler final : public Spooler {
 public:
     std::vector<std::string> printers() override {
-        DWORD needed = 0;
-        DWORD returned = 0;
-        const DWORD flags = PRINTER_ENUM_LOCAL | PRINTER_ENUM_CONNECTIONS;
-        EnumPrintersA(flags, nullptr, 4, nullptr, 0, &needed, &returned);
-        std::vector<BYTE> buffer(needed);
-        std::vector<std::string> out;
-        if (needed == 0 || !EnumPrintersA(flags, nullptr, 4, buffer.data(), needed, &needed, &returned))
-            return out;
-        const auto* info = reinterpret_cast<const PRINTER_INFO_4A*>(buffer.data());
-        for (DWORD i = 0; i < returned; ++i)
-            out.emplace_back(info[i].pPrinterName);
-        return out;
+        return bounded([] { return listPrinters(); }, listLimit);
     }
 
     Result printRaw(const std::string& printer, const std::string& documentName, const std::string& data) override {
         if (printer.empty())
             return Result::UnknownPrinter;
-        HANDLE handle = nullptr;
-        if (!OpenPrinterA(const_cast<LPSTR>(printer.c_str()), &handle, nullptr) || !handle)
-            return Result::UnknownPrinter;
-        std::string name = documentName;
-        DOC_INFO_1A doc{};
-        doc.pDocName = name.data();
-        doc.pOutputFile = nullptr;
-        doc.pDatatype = nullptr;
-        bool ok = false;
-        if (StartDocPrinterA(handle, 1, reinterpret_cast<LPBYTE>(&doc)) != 0) {
-            if (StartPagePrinter(handle)) {
-                DWORD written = 0;
-                ok = WritePrinter(handle, const_cast<char*>(data.data()), static_cast<DWORD>(data.size()), &written) &&
-                     written == data.size();
-                EndPagePrinter(handle);
-            }
-            EndDocPrinter(handle);
-        }
-        ClosePrinter(handle);
-        return ok ? Result::Done : Result::Failed;
+        return bounded(
+            [printer = wide(printer), name = wide(documentName), data] { return submitRaw(printer, name, data); },
+            jobLimit);
     }
 };
 
