@@ -51,4 +51,8 @@ inline constexpr std::chrono::milliseconds overrun = 5s;
 /// its answers without bound.
 inline constexpr std::size_t hostSendBuffer = 1u << 20;
 
+/// Bytes from the store host taken in ahead of the channel. A host that sends faster than the
+/// station works through its commands is held back by TCP itself, not by the station's memory.
+inline constexpr std::size_t hostReadAhead = 256u << 10;
+
 } // namespace station::limits

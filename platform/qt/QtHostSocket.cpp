@@ -7,6 +7,10 @@
 // opens a message box or prints a report from inside that slot would leave whatever arrives
 // meanwhile unread until the host sent more. Here the slot only takes the bytes and returns;
 // the channel gets them as soon as pending events run, even in the middle of a command.
+//
+// Such a delivery inside a command may itself run events and take the next read, and so on; past
+// a few levels a read waits for the delivery below it to finish its current event, so that a
+// host sending without pause cannot pile up nested calls until the stack runs out.
 #include "platform/Adapters.h"
 
 #include <QTcpSocket>
@@ -16,9 +20,14 @@
 namespace station {
 namespace {
 
+/// How deep deliveries may nest inside the commands of deliveries below them.
+constexpr int maxNesting = 4;
+
 class QtHostSocket final : public HostSocket {
 public:
     QtHostSocket() {
+        // Qt stops reading from the system when this much waits in its own buffer.
+        m_socket.setReadBufferSize(static_cast<qint64>(limits::hostReadAhead));
         QObject::connect(&m_socket, &QTcpSocket::connected, &m_socket, [this] {
             m_up = true;
             raise([this] {
@@ -35,23 +44,7 @@ public:
                     m_events.closed();
             });
         });
-        QObject::connect(&m_socket, &QTcpSocket::readyRead, &m_socket, [this] {
-            const auto bytes = m_socket.readAll();
-            if (bytes.isEmpty())
-                return;
-            m_unread.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
-            // Bytes that arrive before the channel took the last ones go with them in one read.
-            if (m_readRaised)
-                return;
-            m_readRaised = true;
-            raise([this] {
-                m_readRaised = false;
-                auto data = std::move(m_unread);
-                m_unread.clear();
-                if (m_events.received)
-                    m_events.received(data);
-            });
-        });
+        QObject::connect(&m_socket, &QTcpSocket::readyRead, &m_socket, [this] { takeBytes(); });
         QObject::connect(&m_socket, &QTcpSocket::errorOccurred, &m_socket, [this](QAbstractSocket::SocketError e) {
             // The host closing the line is reported as `closed` when the line drops.
             if (e == QAbstractSocket::RemoteHostClosedError || m_closing)
@@ -111,21 +104,50 @@ public:
     std::string remoteHost() const override { return m_host; }
 
 private:
+    /// Takes what the socket holds into the read on its way to the channel, up to the read-ahead.
+    void takeBytes() {
+        const auto room = static_cast<qint64>(limits::hostReadAhead) - static_cast<qint64>(m_unread.size());
+        if (room <= 0)
+            return; // the rest waits in the socket until the channel has taken these
+        const auto bytes = m_socket.read(room);
+        if (bytes.isEmpty())
+            return;
+        m_unread.append(bytes.constData(), static_cast<std::size_t>(bytes.size()));
+        // Bytes that arrive before the channel took the last ones go with them in one read.
+        if (m_readRaised)
+            return;
+        m_readRaised = true;
+        raise([this] {
+            m_readRaised = false;
+            auto data = std::move(m_unread);
+            m_unread.clear();
+            if (m_events.received)
+                m_events.received(data);
+        });
+    }
+
     /// Queues one event for the channel, behind those raised before it.
     void raise(std::function<void()> event) {
         m_pending.push_back(std::move(event));
         // The socket is the context: a call still queued when it goes is dropped with it.
         QMetaObject::invokeMethod(
-            &m_socket, [this] { deliverNext(); }, Qt::QueuedConnection);
+            &m_socket, [this] { deliver(); }, Qt::QueuedConnection);
     }
 
-    void deliverNext() {
-        // A close by the station may have dropped what this call was queued for.
-        if (m_pending.empty())
+    void deliver() {
+        // Too deep: the delivery below takes these events once its current one returns.
+        if (m_depth >= maxNesting)
             return;
-        auto event = std::move(m_pending.front());
-        m_pending.pop_front();
-        event();
+        ++m_depth;
+        while (!m_pending.empty()) {
+            auto event = std::move(m_pending.front());
+            m_pending.pop_front();
+            event();
+            // Bytes held back by the read-ahead raise no new readyRead of their own.
+            if (m_socket.bytesAvailable() > 0)
+                takeBytes();
+        }
+        --m_depth;
     }
 
     void reportError(const std::string& description) {
@@ -141,6 +163,7 @@ private:
     std::deque<std::function<void()>> m_pending; ///< events raised, not yet delivered
     std::string m_unread;                        ///< bytes read, not yet given to the channel
     bool m_readRaised = false;
+    int m_depth = 0; ///< deliveries running, each inside a command of the one below
     bool m_up = false;
     bool m_closing = false;
 };
