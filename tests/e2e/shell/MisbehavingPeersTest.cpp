@@ -283,26 +283,34 @@ TEST_F(MisbehavingPeers, ServiceThatNeverAnswersOrTricklesFreezesNeitherTheWindo
     ASSERT_NE(window, 0u) << "no main window";
     Liveness liveness(probe, window, clock);
 
-    // Start-up asks the service twice (store list, settings); each gives up within its bound,
-    // then the host line comes up and the station's polls keep meeting the same service.
+    // Start-up asks the service (store list, settings); each request gives up within its bound,
+    // then the host line comes up while the station's polls keep meeting the same service.
     ASSERT_TRUE(runUntil([&] { return host.connectedAt > 0; }, 45'000)) << "start-up never ended";
-    runUntil([&] { return clock.elapsed() > host.connectedAt + 17'000; }, 20'000);
+    const auto pollEnded = [&] {
+        return std::any_of(service.requests.begin(), service.requests.end(),
+                           [&](const auto& r) { return r.opened > host.connectedAt && r.closed > 0; });
+    };
+    runUntil(pollEnded, 25'000);
     liveness.stop();
 
-    std::printf("%zu requests; %d of %d pings answered within 1 s; %d \"/R=\" answered, worst wait %lld ms\n",
-                service.requests.size(), liveness.answeredWithin(1000), liveness.sent(), host.answered,
-                static_cast<long long>(host.worstWait()));
-    ASSERT_GE(service.requests.size(), 3u) << "no poll met the service while the host line was up";
+    QString timeline;
+    for (const auto& r : service.requests)
+        timeline += QStringLiteral(" [%1 ms .. %2 ms]").arg(r.opened).arg(r.closed);
+    std::printf("requests%s; host line up at %lld ms; %d of %d pings answered within 1 s; %d \"/R=\" answered, "
+                "worst wait %lld ms\n",
+                qPrintable(timeline), static_cast<long long>(host.connectedAt), liveness.answeredWithin(1000),
+                liveness.sent(), host.answered, static_cast<long long>(host.worstWait()));
+    ASSERT_TRUE(pollEnded()) << "no poll met the service while the host line was up";
     for (const auto& r : service.requests) {
         if (r.closed < 0)
             continue; // still within its bound when the test ended
         EXPECT_LT(r.closed - r.opened, 18'000) << "a request outlived its 15 s bound";
         EXPECT_GT(r.closed - r.opened, 12'000) << "a request gave up before its bound";
     }
-    EXPECT_GE(liveness.sent(), 300);
+    EXPECT_GE(liveness.sent(), 200);
     EXPECT_GE(liveness.answeredWithin(1000), liveness.sent() * 9 / 10)
         << liveness.answeredWithin(1000) << " of " << liveness.sent() << " pings answered within a second";
-    EXPECT_GE(host.answered, 25);
+    EXPECT_GE(host.answered, 20);
     EXPECT_LT(host.worstWait(), 1000) << "a \"/R=\" waited " << host.worstWait() << " ms";
 }
 
