@@ -23,6 +23,8 @@ public:
         QEventLoop loop;
         QTimer timeUp;
         timeUp.setSingleShot(true);
+        // A coarse timer may fire 5 % early: the limit is the limit.
+        timeUp.setTimerType(Qt::PreciseTimer);
         QObject::connect(&timeUp, &QTimer::timeout, &loop, &QEventLoop::quit);
         // Posted, not called: the worker's thread must never run the loop's code. A posted
         // event for a loop that is gone is dropped with it.
