@@ -1,5 +1,6 @@
 #pragma once
 #include "platform/Adapters.h"
+#include "platform/OffThread.h"
 
 #include <memory>
 #include <string>
@@ -7,6 +8,10 @@
 namespace station {
 
 /// Every real adapter of this platform, owned in one place, and the port bundle over them.
+///
+/// Ports whose calls wait on a peer (service, reports area, spooler, printer) are the real
+/// adapters wrapped so that each call runs off the UI thread while the UI thread waits with the
+/// window alive, each within the bounds of platform/Limits.h.
 class SystemPorts {
 public:
     SystemPorts(const std::string& singleInstanceName, const std::string& applicationTitle);
@@ -14,8 +19,17 @@ public:
     SystemPorts& operator=(const SystemPorts&) = delete;
     Ports& ports() { return m_ports; }
 
+    /// True while a call that was given up on still runs on its worker thread, inside a
+    /// library that will not let it go yet. Tearing down the toolkit under it is not safe: the
+    /// program then ends without its usual clean-up.
+    bool workStillRunning() const;
+
 private:
-    std::unique_ptr<HttpClient> m_http = makeHttpClient();
+    std::unique_ptr<Waiter> m_waiter = makeWaiter();
+    OffThreadHttpClient m_http{makeHttpClient(),
+                               *m_waiter,
+                               // The client bounds every transfer itself; these only catch an overrun.
+                               {limits::request + limits::overrun, limits::downloadCap + limits::overrun}};
     std::unique_ptr<NetworkAdapters> m_adapters = makeNetworkAdapters();
     std::unique_ptr<SingleInstance> m_singleInstance;
     std::unique_ptr<Browser> m_browser = makeBrowser();
@@ -25,8 +39,12 @@ private:
     std::unique_ptr<ClientWindows> m_clientWindows = makeClientWindows();
     std::unique_ptr<ProcessLauncher> m_processLauncher = makeProcessLauncher();
     std::unique_ptr<HostSocket> m_hostSocket = makeHostSocket();
-    std::unique_ptr<Spooler> m_spooler = makeSpooler();
-    std::unique_ptr<TextPrinter> m_textPrinter = makeTextPrinter();
+    std::shared_ptr<Spooler> m_rawSpooler = makeSpooler();
+    OffThreadSpooler m_spooler{m_rawSpooler, *m_waiter, limits::spoolerCall};
+    // The toolkit's printer calls cannot tell a spooler that is down from one without printers
+    // and cannot be bounded: the spooler adapter, which can, is asked first.
+    OffThreadTextPrinter m_textPrinter{makeTextPrinter([spooler = m_rawSpooler] { spooler->printers(); }), *m_waiter,
+                                       limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
     Ports m_ports;
 };

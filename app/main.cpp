@@ -5,6 +5,8 @@
 #include "shell/Module1.h"
 
 #include <QApplication>
+#include <cstdio>
+#include <cstdlib>
 
 int main(int argc, char* argv[]) {
     QApplication app(argc, argv);
@@ -20,5 +22,12 @@ int main(int argc, char* argv[]) {
 
     const auto config = station::StationConfig::fromEnvironment();
     station::SystemPorts system("VORNETerminal", station::applicationTitle);
-    return station::Module1::Main(commandLine, system.ports(), config);
+    const int code = station::Module1::Main(commandLine, system.ports(), config);
+    // A spooler call that was given up on may still be inside the spooler's library on its
+    // worker thread, and would run into the toolkit as it is torn down: end here instead.
+    if (system.workStillRunning()) {
+        std::fflush(nullptr);
+        std::_Exit(code);
+    }
+    return code;
 }

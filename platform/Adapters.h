@@ -1,23 +1,37 @@
 #pragma once
 // Factories of the real adapters. Each backend folder defines the ones it provides; the build
 // links the backends of the system it builds for.
+#include "platform/Limits.h"
 #include "platform/Ports.h"
+#include "platform/Waiter.h"
 
 #include <chrono>
+#include <cstddef>
+#include <functional>
 #include <memory>
 #include <string>
 
 namespace station {
 
-/// Bounds of every HTTP transfer.
-struct HttpTimeouts {
-    std::chrono::milliseconds connect{10'000};
-    std::chrono::milliseconds total{60'000};
+/// Bounds of every HTTP transfer; the defaults are the station's (platform/Limits.h). Tests
+/// pass shorter ones.
+struct HttpLimits {
+    std::chrono::milliseconds connect = limits::connect;
+    /// A whole POST, from dialling to the last byte of the reply.
+    std::chrono::milliseconds request = limits::request;
     /// Extra trusted CA bundle (PEM); empty uses the system's store. Verification stays on.
     std::string caFile;
+    /// A GET ends when no byte has moved for this long...
+    std::chrono::milliseconds stall = limits::stall;
+    /// ...or, making progress all the while, after this long.
+    std::chrono::milliseconds downloadCap = limits::downloadCap;
+    std::size_t maxReply = limits::maxReply;
+    std::size_t maxDownload = limits::maxDownload;
 };
+/// The former name; its first three fields are unchanged.
+using HttpTimeouts = HttpLimits;
 
-std::unique_ptr<HttpClient> makeHttpClient(HttpTimeouts timeouts = {});
+std::unique_ptr<HttpClient> makeHttpClient(HttpLimits limits = {});
 std::unique_ptr<NetworkAdapters> makeNetworkAdapters();
 /// `name` tells programs apart; one guard per user session.
 std::unique_ptr<SingleInstance> makeSingleInstance(const std::string& name);
@@ -29,7 +43,12 @@ std::unique_ptr<ClientWindows> makeClientWindows();
 std::unique_ptr<ProcessLauncher> makeProcessLauncher();
 std::unique_ptr<HostSocket> makeHostSocket();
 std::unique_ptr<Spooler> makeSpooler();
-std::unique_ptr<TextPrinter> makeTextPrinter();
+/// `spoolerCheck`, when given, runs before every call that reaches the spooler and throws
+/// SpoolerUnavailable when it cannot be asked: the toolkit's own printer calls cannot tell a
+/// spooler that is down from one without printers, and cannot be bounded in time.
+std::unique_ptr<TextPrinter> makeTextPrinter(std::function<void()> spoolerCheck = {});
+/// Waits that keep the window alive (platform/Waiter.h).
+std::unique_ptr<Waiter> makeWaiter();
 std::unique_ptr<SharedLibraries> makeSharedLibraries();
 
 } // namespace station

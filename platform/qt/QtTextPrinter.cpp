@@ -1,11 +1,18 @@
 // The printer object over QPrinter: print statements are laid out line by line in the chosen
 // font; a form feed ends the page, and the next text starts a new one.
+//
+// The QPrinter is made when a document starts, not before: Qt asks the spooler as it makes one,
+// and a spooler that hangs must not hold the program's start. It goes to the printer that
+// current() names and to no other: Qt on its own falls back to the first queue when no default
+// is set, which may be a raw receipt printer.
 #include "platform/Adapters.h"
 
 #include <QFontMetricsF>
 #include <QPainter>
 #include <QPrinter>
 #include <QPrinterInfo>
+#include <functional>
+#include <memory>
 #include <stdexcept>
 
 namespace station {
@@ -13,9 +20,10 @@ namespace {
 
 class QtTextPrinter final : public TextPrinter {
 public:
-    QtTextPrinter() { m_printer.setDocName(QStringLiteral("VORNETerminal")); }
+    explicit QtTextPrinter(std::function<void()> spoolerCheck) : m_spoolerCheck(std::move(spoolerCheck)) {}
 
     std::vector<std::string> printers() override {
+        checkSpooler();
         std::vector<std::string> out;
         for (const auto& name : QPrinterInfo::availablePrinterNames())
             out.push_back(name.toStdString());
@@ -23,12 +31,18 @@ public:
     }
 
     void select(const std::string& name) override {
+        checkSpooler();
         const auto info = QPrinterInfo::printerInfo(QString::fromStdString(name));
         if (!info.isNull())
-            m_printer.setPrinterName(info.printerName());
+            m_selected = info.printerName();
     }
 
-    std::string current() override { return m_printer.printerName().toStdString(); }
+    std::string current() override {
+        if (!m_selected.isEmpty())
+            return m_selected.toStdString();
+        checkSpooler();
+        return QPrinterInfo::defaultPrinterName().toStdString();
+    }
 
     void setFont(const std::string& family, float size) override {
         m_font.setFamily(QString::fromStdString(family));
@@ -40,9 +54,8 @@ public:
     }
 
     void setOrientation(Orientation orientation) override {
-        // Qt takes the orientation only for the next document.
-        m_printer.setPageOrientation(orientation == Orientation::Landscape ? QPageLayout::Landscape
-                                                                           : QPageLayout::Portrait);
+        // Taken for the next document.
+        m_orientation = orientation == Orientation::Landscape ? QPageLayout::Landscape : QPageLayout::Portrait;
     }
 
     void print(const std::string& text) override {
@@ -75,14 +88,29 @@ public:
     void endDocument() override {
         if (m_painter.isActive())
             m_painter.end();
+        m_printer.reset();
         m_pageDone = false;
     }
 
 private:
+    void checkSpooler() {
+        if (m_spoolerCheck)
+            m_spoolerCheck();
+    }
+
     void begin() {
         if (m_painter.isActive())
             return;
-        if (!m_painter.begin(&m_printer))
+        const auto name = QString::fromStdString(current());
+        if (name.isEmpty())
+            throw std::runtime_error("no printer was chosen and the system has no default printer");
+        const auto info = QPrinterInfo::printerInfo(name);
+        if (info.isNull())
+            throw std::runtime_error("the printer " + name.toStdString() + " is not installed");
+        m_printer = std::make_unique<QPrinter>(info, QPrinter::HighResolution);
+        m_printer->setDocName(QStringLiteral("VORNETerminal"));
+        m_printer->setPageOrientation(m_orientation);
+        if (!m_painter.begin(m_printer.get()))
             throw std::runtime_error("the printer cannot be opened");
         m_painter.setFont(m_font);
         m_y = 0;
@@ -92,7 +120,7 @@ private:
     void newPageIfDue() {
         if (!m_pageDone)
             return;
-        m_printer.newPage();
+        m_printer->newPage();
         m_y = 0;
         m_pageDone = false;
     }
@@ -101,9 +129,9 @@ private:
         if (line.empty())
             return;
         newPageIfDue();
-        const QFontMetricsF metrics(m_painter.font(), &m_printer);
+        const QFontMetricsF metrics(m_painter.font(), m_printer.get());
         if (m_y + metrics.height() > m_painter.viewport().height() && m_y > 0) {
-            m_printer.newPage();
+            m_printer->newPage();
             m_y = 0;
         }
         m_painter.drawText(QPointF(0, m_y + metrics.ascent()),
@@ -112,15 +140,18 @@ private:
 
     void advance() {
         newPageIfDue();
-        const QFontMetricsF metrics(m_painter.font(), &m_printer);
+        const QFontMetricsF metrics(m_painter.font(), m_printer.get());
         m_y += metrics.lineSpacing();
         if (m_y + metrics.height() > m_painter.viewport().height()) {
-            m_printer.newPage();
+            m_printer->newPage();
             m_y = 0;
         }
     }
 
-    QPrinter m_printer{QPrinter::HighResolution};
+    std::function<void()> m_spoolerCheck;
+    QString m_selected;
+    QPageLayout::Orientation m_orientation = QPageLayout::Portrait;
+    std::unique_ptr<QPrinter> m_printer; ///< only while a document is open
     QPainter m_painter;
     QFont m_font{QStringLiteral("courier"), 10};
     double m_y = 0;
@@ -129,8 +160,8 @@ private:
 
 } // namespace
 
-std::unique_ptr<TextPrinter> makeTextPrinter() {
-    return std::make_unique<QtTextPrinter>();
+std::unique_ptr<TextPrinter> makeTextPrinter(std::function<void()> spoolerCheck) {
+    return std::make_unique<QtTextPrinter>(std::move(spoolerCheck));
 }
 
 } // namespace station

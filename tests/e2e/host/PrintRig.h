@@ -54,10 +54,20 @@ public:
         sink->start(QStringLiteral("socat"),
                     {QStringLiteral("-u"), QStringLiteral("TCP-LISTEN:%1,bind=127.0.0.1,reuseaddr,fork").arg(port),
                      QStringLiteral("OPEN:%1,creat,append").arg(outputPath(name))});
-        if (run(QStringLiteral("lpadmin"),
-                {QStringLiteral("-p"), name, QStringLiteral("-E"), QStringLiteral("-v"),
-                 QStringLiteral("socket://127.0.0.1:%1").arg(port), QStringLiteral("-m"), QStringLiteral("raw")}) != 0)
-            throw std::runtime_error("lpadmin failed");
+        // The scheduler answers before it has written the certificate that lets root administer
+        // it; until then lpadmin is refused.
+        const QStringList args{QStringLiteral("-p"),
+                               name,
+                               QStringLiteral("-E"),
+                               QStringLiteral("-v"),
+                               QStringLiteral("socket://127.0.0.1:%1").arg(port),
+                               QStringLiteral("-m"),
+                               QStringLiteral("raw")};
+        for (int i = 0; run(QStringLiteral("lpadmin"), args) != 0; ++i) {
+            if (i == 100)
+                throw std::runtime_error("lpadmin failed");
+            QThread::msleep(20);
+        }
     }
 
     QString outputPath(const QString& name) const { return m_dir.filePath(name + QStringLiteral(".out")); }

@@ -109,7 +109,7 @@ protected:
     httplib::Request received;
     httplib::Server m_http;
     std::optional<Serving> m_serving;
-    CurlHttpClient m_client{HttpTimeouts{2s, 10s, {}}};
+    CurlHttpClient m_client{HttpLimits{2s, 10s, {}}};
 };
 
 struct PostCase {
@@ -186,7 +186,52 @@ INSTANTIATE_TEST_SUITE_P(Answers, CurlStatus,
                                          StatusCase{"/hop/5", {}, true, 200, ""},
                                          StatusCase{"/hop/6", {}, false, 302, "redirect"}));
 
-TEST_F(CurlHttp, DeadAndSilentServersFailWithinTheirTimeOuts) {
+/// A peer that misbehaves, and how a transfer to it must end.
+struct BoundCase {
+    const char* name;
+    const char* method; ///< "GET" or "POST"
+    const char* path;   ///< on the test server; "silent" and "refused" are other peers
+    bool ok;
+    const char* error;
+    std::chrono::milliseconds atLeast, below;
+};
+
+class CurlBounds : public CurlHttp, public testing::WithParamInterface<BoundCase> {
+protected:
+    CurlBounds() {
+        // One byte every 200 ms: slow, never still for long.
+        m_http.Get("/trickle", [](const httplib::Request&, httplib::Response& res) {
+            res.set_chunked_content_provider("text/plain", [](std::size_t offset, httplib::DataSink& sink) {
+                if (offset >= 8) {
+                    sink.done();
+                    return true;
+                }
+                std::this_thread::sleep_for(200ms);
+                sink.write("x", 1);
+                return true;
+            });
+        });
+        m_http.Post("/trickle", [](const httplib::Request&, httplib::Response& res) {
+            res.set_chunked_content_provider("text/plain", [](std::size_t offset, httplib::DataSink& sink) {
+                if (offset >= 8) {
+                    sink.done();
+                    return true;
+                }
+                std::this_thread::sleep_for(200ms);
+                sink.write("x", 1);
+                return true;
+            });
+        });
+        m_http.Post("/huge", [](const httplib::Request&, httplib::Response& res) {
+            res.set_content(std::string(5u << 20, '|'), "text/plain");
+        });
+        m_http.Get("/huge", [](const httplib::Request&, httplib::Response& res) {
+            res.set_content(std::string(2u << 20, '|'), "text/plain");
+        });
+    }
+};
+
+TEST_P(CurlBounds, TransferEndsAsItsBoundsSay) {
     QTcpServer silent; // listens, never accepts, never answers
     ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
     QTcpServer gone;
@@ -194,18 +239,39 @@ TEST_F(CurlHttp, DeadAndSilentServersFailWithinTheirTimeOuts) {
     const auto deadPort = gone.serverPort();
     gone.close();
 
-    CurlHttpClient quick(HttpTimeouts{300ms, 300ms, {}});
-    const auto silentUrl = "http://127.0.0.1:" + std::to_string(silent.serverPort()) + "/";
-    for (const auto& [what, result] :
-         {std::pair{"refused", timed([&] { return quick.get("http://127.0.0.1:" + std::to_string(deadPort) + "/"); })},
-          std::pair{"silent get", timed([&] { return quick.get(silentUrl); })},
-          std::pair{"silent post", timed([&] { return quick.post(silentUrl, "text/plain", "x"); })}}) {
-        EXPECT_FALSE(result.response.ok) << what;
-        EXPECT_EQ(result.response.status, 0) << what;
-        EXPECT_FALSE(result.response.error.empty()) << what;
-        EXPECT_LT(result.took, 5s) << what;
+    const auto& c = GetParam();
+    HttpLimits limits{300ms, 900ms, {}};
+    limits.stall = 500ms;
+    limits.maxDownload = 1u << 20;
+    CurlHttpClient client(limits);
+    std::string url = m_serving->url(c.path);
+    if (c.path == std::string("silent"))
+        url = "http://127.0.0.1:" + std::to_string(silent.serverPort()) + "/";
+    if (c.path == std::string("refused"))
+        url = "http://127.0.0.1:" + std::to_string(deadPort) + "/";
+    const auto result =
+        timed([&] { return c.method == std::string("GET") ? client.get(url) : client.post(url, "text/plain", "x"); });
+    EXPECT_EQ(result.response.ok, c.ok) << result.response.error;
+    EXPECT_THAT(result.response.error, HasSubstr(c.error));
+    EXPECT_GE(result.took, c.atLeast);
+    EXPECT_LT(result.took, c.below);
+    if (c.ok) {
+        EXPECT_EQ(result.response.body, "xxxxxxxx");
     }
 }
+
+INSTANTIATE_TEST_SUITE_P(
+    Peers, CurlBounds,
+    testing::Values(BoundCase{"refused", "GET", "refused", false, "Couldn't connect", 0ms, 1s},
+                    BoundCase{"silent_download_stalls", "GET", "silent", false, "no data has moved for 1 s", 500ms, 3s},
+                    BoundCase{"silent_request_times_out", "POST", "silent", false, "did not end within 1 s", 800ms, 3s},
+                    // 1.6 s in all, yet never still for the stall time: a slow download completes.
+                    BoundCase{"trickling_download_completes", "GET", "/trickle", true, "", 1500ms, 5s},
+                    BoundCase{"trickling_request_times_out", "POST", "/trickle", false, "did not end within", 800ms,
+                              3s},
+                    BoundCase{"oversized_reply_is_refused", "POST", "/huge", false, "larger than 4 MiB", 0ms, 3s},
+                    BoundCase{"oversized_download_is_refused", "GET", "/huge", false, "larger than 1 MiB", 0ms, 3s}),
+    [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(CurlHttp, RefusesOtherProtocolsAndPassesCallbackFailuresOn) {
     EXPECT_FALSE(m_client.get("file:///etc/hostname").ok);
@@ -242,7 +308,7 @@ TEST_P(CurlTls, VerifiesPeerAndHostAgainstTheGivenAuthority) {
     https.Get("/", [](const httplib::Request&, httplib::Response& res) { res.set_content("secure", "text/plain"); });
     Serving serving(https, "https");
 
-    CurlHttpClient client(HttpTimeouts{2s, 10s, GetParam().trustIt ? cert.toStdString() : std::string()});
+    CurlHttpClient client(HttpLimits{2s, 10s, GetParam().trustIt ? cert.toStdString() : std::string()});
     const auto response = client.get(serving.url("/"));
     EXPECT_EQ(response.ok, GetParam().ok) << response.error;
     if (GetParam().ok)

@@ -1,6 +1,7 @@
 // The lock-file guard as other processes see it.
 #include "platform/Adapters.h"
 
+#include <QDir>
 #include <QFile>
 #include <QProcess>
 #include <QTemporaryDir>
@@ -8,6 +9,7 @@
 
 #include <unistd.h>
 
+#include <array>
 #include <optional>
 
 namespace station {
@@ -78,6 +80,57 @@ TEST_P(LockFileGuard, ProgramsStartedByTheHolderDoNotKeepIt) {
 
 INSTANTIATE_TEST_SUITE_P(Folders, LockFileGuard, testing::Bool(),
                          [](const auto& p) { return p.param ? "RuntimeFolder" : "TempFolder"; });
+
+enum class Obstacle { None, Folder, DanglingLink, LinkToFile };
+
+/// Whatever stands where the lock file belongs, one copy holds the guard and a second is refused.
+class UnusableLockPath : public testing::TestWithParam<Obstacle> {
+protected:
+    void SetUp() override {
+        qputenv("XDG_RUNTIME_DIR", m_runtime.path().toLocal8Bit());
+        const auto path = m_runtime.filePath(QString::fromStdString(name + "-" + std::to_string(getuid()) + ".lock"));
+        switch (GetParam()) {
+        case Obstacle::None:
+            break;
+        case Obstacle::Folder:
+            ASSERT_TRUE(QDir().mkpath(path));
+            break;
+        case Obstacle::DanglingLink:
+            ASSERT_TRUE(QFile::link(m_runtime.filePath(QStringLiteral("gone")), path));
+            break;
+        case Obstacle::LinkToFile: {
+            QFile target(m_runtime.filePath(QStringLiteral("target")));
+            ASSERT_TRUE(target.open(QIODevice::WriteOnly));
+            ASSERT_TRUE(QFile::link(target.fileName(), path));
+            break;
+        }
+        }
+    }
+    void TearDown() override { qunsetenv("XDG_RUNTIME_DIR"); }
+
+    const std::string name = "vorne-obstacle-" + std::to_string(getpid());
+
+private:
+    QTemporaryDir m_runtime;
+};
+
+TEST_P(UnusableLockPath, SecondCopyIsStillRefused) {
+    auto first = makeSingleInstance(name);
+    ASSERT_TRUE(first->acquire());
+    EXPECT_FALSE(makeSingleInstance(name)->acquire());
+    first.reset();
+    EXPECT_TRUE(makeSingleInstance(name)->acquire()) << "the guard outlived its holder";
+}
+
+std::string obstacleName(const testing::TestParamInfo<Obstacle>& info) {
+    constexpr std::array<const char*, 4> names{"Free", "Folder", "DanglingLink", "LinkToFile"};
+    return names.at(static_cast<std::size_t>(info.param));
+}
+
+INSTANTIATE_TEST_SUITE_P(LockPaths, UnusableLockPath,
+                         testing::Values(Obstacle::None, Obstacle::Folder, Obstacle::DanglingLink,
+                                         Obstacle::LinkToFile),
+                         obstacleName);
 
 } // namespace
 } // namespace station

@@ -1,0 +1,117 @@
+#include "tests/e2e/support/XProbe.h"
+
+#include <X11/Xatom.h>
+#include <X11/Xlib.h>
+
+#include <functional>
+
+namespace station::test {
+
+namespace {
+
+// Windows come and go during a walk; the errors that causes are expected.
+int ignoreErrors(Display*, XErrorEvent*) {
+    return 0;
+}
+
+} // namespace
+
+XProbe::XProbe(const QString& display) : m_display(XOpenDisplay(display.toLocal8Bit().constData())) {
+    if (!m_display)
+        return;
+    XSetErrorHandler(&ignoreErrors);
+    m_root = DefaultRootWindow(m_display);
+    // Answers to pings are sent to the root window for whoever listens to its structure (Qt
+    // names the root's own structure; the window managers' convention its children's).
+    XSelectInput(m_display, m_root, StructureNotifyMask | SubstructureNotifyMask);
+    m_protocols = XInternAtom(m_display, "WM_PROTOCOLS", False);
+    m_ping = XInternAtom(m_display, "_NET_WM_PING", False);
+    m_delete = XInternAtom(m_display, "WM_DELETE_WINDOW", False);
+    m_name = XInternAtom(m_display, "_NET_WM_NAME", False);
+    m_utf8 = XInternAtom(m_display, "UTF8_STRING", False);
+}
+
+XProbe::~XProbe() {
+    if (m_display)
+        XCloseDisplay(m_display);
+}
+
+XProbe::Window XProbe::find(const std::string& title) const {
+    if (!m_display)
+        return 0;
+    const auto titleOf = [&](::Window w) {
+        Atom type = 0;
+        int format = 0;
+        unsigned long count = 0, after = 0;
+        unsigned char* data = nullptr;
+        std::string out;
+        if (XGetWindowProperty(m_display, w, m_name, 0, 1024, False, m_utf8, &type, &format, &count, &after, &data) ==
+                Success &&
+            data) {
+            out.assign(reinterpret_cast<const char*>(data), count);
+            XFree(data);
+            return out;
+        }
+        char* name = nullptr;
+        if (XFetchName(m_display, w, &name) && name) {
+            out = name;
+            XFree(name);
+        }
+        return out;
+    };
+    std::function<::Window(::Window)> walk = [&](::Window w) -> ::Window {
+        XWindowAttributes attributes{};
+        if (w != m_root && titleOf(w) == title && XGetWindowAttributes(m_display, w, &attributes) &&
+            attributes.map_state == IsViewable)
+            return w;
+        ::Window rootReturn = 0, parent = 0, *children = nullptr;
+        unsigned int count = 0;
+        if (!XQueryTree(m_display, w, &rootReturn, &parent, &children, &count))
+            return 0;
+        ::Window found = 0;
+        for (unsigned int i = 0; i < count && !found; ++i)
+            found = walk(children[i]);
+        if (children)
+            XFree(children);
+        return found;
+    };
+    return walk(m_root);
+}
+
+void XProbe::ping(Window window, long serial) {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = m_protocols;
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(m_ping);
+    event.xclient.data.l[1] = serial;
+    event.xclient.data.l[2] = static_cast<long>(window);
+    XSendEvent(m_display, window, False, NoEventMask, &event);
+    XFlush(m_display);
+}
+
+std::vector<long> XProbe::pongs() {
+    std::vector<long> out;
+    while (m_display && XPending(m_display) > 0) {
+        XEvent event{};
+        XNextEvent(m_display, &event);
+        if (event.type == ClientMessage && static_cast<unsigned long>(event.xclient.data.l[0]) == m_ping)
+            out.push_back(event.xclient.data.l[1]);
+    }
+    return out;
+}
+
+void XProbe::close(Window window) {
+    XEvent event{};
+    event.xclient.type = ClientMessage;
+    event.xclient.window = window;
+    event.xclient.message_type = m_protocols;
+    event.xclient.format = 32;
+    event.xclient.data.l[0] = static_cast<long>(m_delete);
+    event.xclient.data.l[1] = CurrentTime;
+    XSendEvent(m_display, window, False, NoEventMask, &event);
+    XFlush(m_display);
+}
+
+} // namespace station::test

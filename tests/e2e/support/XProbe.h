@@ -1,0 +1,37 @@
+#pragma once
+// The test's own client of a virtual display: finds top-level windows by title, asks a window
+// whether its program is alive (_NET_WM_PING, which a program answers only while its event loop
+// runs), and closes windows the way a window manager's close box does.
+#include <QString>
+#include <string>
+#include <vector>
+
+struct _XDisplay; // Xlib's Display, kept out of the tests' namespace
+
+namespace station::test {
+
+class XProbe {
+public:
+    using Window = unsigned long;
+    explicit XProbe(const QString& display);
+    ~XProbe();
+    XProbe(const XProbe&) = delete;
+    XProbe& operator=(const XProbe&) = delete;
+
+    bool connected() const { return m_display != nullptr; }
+    /// The first viewable window titled exactly `title`, 0 when there is none.
+    Window find(const std::string& title) const;
+    /// Sends a ping carrying `serial`; the answer comes back through pongs().
+    void ping(Window window, long serial);
+    /// Serials of the pings answered since the last call.
+    std::vector<long> pongs();
+    /// Asks the window to close (WM_DELETE_WINDOW).
+    void close(Window window);
+
+private:
+    ::_XDisplay* m_display = nullptr;
+    Window m_root = 0;
+    unsigned long m_protocols = 0, m_ping = 0, m_delete = 0, m_name = 0, m_utf8 = 0;
+};
+
+} // namespace station::test
