@@ -147,6 +147,25 @@ std::string DocumentPrinting::download(std::string_view storeId, std::string_vie
 
 void DocumentPrinting::printReport(const std::string& storeId, const std::string& reportName,
                                    const std::function<std::string()>& printerName) {
+    // Host commands are taken while a report waits for its document or its printer: a report
+    // asked for meanwhile waits its turn instead of writing into the open document.
+    m_waitingReports.push_back({storeId, reportName, printerName});
+    if (m_printingReports)
+        return;
+    m_printingReports = true;
+    struct Done {
+        bool& printing;
+        ~Done() { printing = false; }
+    } done{m_printingReports};
+    while (!m_waitingReports.empty()) {
+        const auto next = std::move(m_waitingReports.front());
+        m_waitingReports.pop_front();
+        printOneReport(next.storeId, next.reportName, next.printerName);
+    }
+}
+
+void DocumentPrinting::printOneReport(const std::string& storeId, const std::string& reportName,
+                                      const std::function<std::string()>& printerName) {
     if (storeId.size() < 10) {
         tell("Report sent an invalid store id of '" + storeId + "'.  Please notify the VORNEOnline Helpdesk");
         return;

@@ -8,6 +8,7 @@
 #include "platform/TextPrinter.h"
 #include "service/ServiceClient.h"
 
+#include <deque>
 #include <functional>
 #include <optional>
 #include <string>
@@ -73,6 +74,7 @@ public:
     /// Prints a report on the printer that `printerName` names when asked (after the checks and
     /// the download); a printer that is not installed leaves the current one. A report that
     /// cannot print says why: no printer at all, a spooler that cannot be asked, a failing step.
+    /// Asked while another report prints, it prints after that one.
     void printReport(const std::string& storeId, const std::string& reportName,
                      const std::function<std::string()>& printerName);
     /// Prints a receipt or label as raw bytes on the printer that `printerName` names. Throws
@@ -84,8 +86,18 @@ public:
     std::string download(std::string_view storeId, std::string_view name);
 
 private:
+    struct ReportJob {
+        std::string storeId;
+        std::string reportName;
+        std::function<std::string()> printerName;
+    };
+    void printOneReport(const std::string& storeId, const std::string& reportName,
+                        const std::function<std::string()>& printerName);
     /// A message box of the wire text (decoded) and a detail already in UTF-8.
     void tell(const std::string& wireText, const std::string& detail = {});
+
+    std::deque<ReportJob> m_waitingReports;
+    bool m_printingReports = false;
 
     Peers m_peers;
     std::string m_reportsUrl;

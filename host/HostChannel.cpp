@@ -76,15 +76,21 @@ void HostChannel::received(std::string_view data) {
     // the commands of this read are held in a copy of their own.
     const std::string copy(data);
     for (const auto command : splitCommands(copy)) {
-        m_view.setPanelTag(m_view.panelText());
-        m_view.setPanelText("*");
+        // A read taken while another command runs finds the panel at "*" already: only the
+        // outermost command keeps and gives back the panel's own text.
+        const bool outermost = m_running++ == 0;
+        if (outermost) {
+            m_view.setPanelTag(m_view.panelText());
+            m_view.setPanelText("*");
+        }
         m_yield.yield();
         try {
             run(command);
         } catch (const std::exception&) {
             // A command that fails ends quietly; nothing goes back to the host.
         }
-        m_view.setPanelText(m_view.panelTag());
+        if (--m_running == 0)
+            m_view.setPanelText(m_view.panelTag());
         m_yield.yield();
     }
 }

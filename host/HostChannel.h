@@ -70,6 +70,7 @@ private:
     ChannelView& m_view;
     ReportPrinter m_printReport;
     bool m_attached = false;
+    int m_running = 0; ///< commands running now, counting those of reads taken inside another
 };
 
 } // namespace station

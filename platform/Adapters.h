@@ -28,8 +28,6 @@ struct HttpLimits {
     std::size_t maxReply = limits::maxReply;
     std::size_t maxDownload = limits::maxDownload;
 };
-/// The former name; its first three fields are unchanged.
-using HttpTimeouts = HttpLimits;
 
 std::unique_ptr<HttpClient> makeHttpClient(HttpLimits limits = {});
 std::unique_ptr<NetworkAdapters> makeNetworkAdapters();

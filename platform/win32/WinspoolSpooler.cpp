@@ -6,18 +6,10 @@
 
 #include <winspool.h>
 
-#include <chrono>
-#include <future>
 #include <memory>
-#include <thread>
 
 namespace station {
 namespace {
-
-// A spooler that hangs (a stuck driver, a network printer that does not answer) must not hold
-// the station: each call runs on a thread of its own and is given up after these times.
-constexpr std::chrono::seconds listLimit{15};
-constexpr std::chrono::seconds jobLimit{30};
 
 /// Error codes with which the spooler's RPC interface says that the service is not there.
 bool spoolerNotRunning(DWORD code) {
@@ -38,19 +30,6 @@ bool spoolerNotRunning(DWORD code) {
 [[noreturn]] void throwNotRunning(DWORD code) {
     throw SpoolerUnavailable("The Windows print spooler is not running (service \"Print Spooler\"): " +
                              systemMessage(code) + ". Start the service and print again.");
-}
-
-/// Runs `work` on a thread of its own and waits at most `limit` for its result. A thread that
-/// does not come back in time is left to finish on its own: it owns everything it uses.
-template <class Work> auto bounded(Work work, std::chrono::seconds limit) {
-    using Result = decltype(work());
-    auto task = std::make_shared<std::packaged_task<Result()>>(std::move(work));
-    auto result = task->get_future();
-    std::thread([task] { (*task)(); }).detach();
-    if (result.wait_for(limit) != std::future_status::ready)
-        throw SpoolerUnavailable("The Windows print spooler did not answer within " + std::to_string(limit.count()) +
-                                 " seconds. Check the printer and the service \"Print Spooler\", then print again.");
-    return result.get();
 }
 
 std::vector<std::string> listPrinters() {
@@ -106,18 +85,17 @@ Spooler::Result submitRaw(const std::wstring& printer, std::wstring documentName
     return ok ? Spooler::Result::Done : Spooler::Result::Failed;
 }
 
+// The spooler's calls have no time-outs of their own. A stuck driver or a silent network
+// printer holds only the worker thread the station runs these calls on (app/SystemPorts), which
+// gives the call up after its limit.
 class WinspoolSpooler final : public Spooler {
 public:
-    std::vector<std::string> printers() override {
-        return bounded([] { return listPrinters(); }, listLimit);
-    }
+    std::vector<std::string> printers() override { return listPrinters(); }
 
     Result printRaw(const std::string& printer, const std::string& documentName, const std::string& data) override {
         if (printer.empty())
             return Result::UnknownPrinter;
-        return bounded(
-            [printer = wide(printer), name = wide(documentName), data] { return submitRaw(printer, name, data); },
-            jobLimit);
+        return submitRaw(wide(printer), wide(documentName), data);
     }
 };
 

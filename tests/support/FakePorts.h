@@ -65,10 +65,14 @@ public:
     Answer answer = Answer::Ok;
     std::string inputAnswer;
     std::string fileAnswer;
+    /// Runs while a message box is "open", as events run under a real modal box.
+    std::function<void(const std::string& text)> whileShown;
 
     Answer message(const std::string& text, Icon icon, Buttons buttons,
                    const std::optional<std::string>& title) override {
         shown.push_back({text, icon, buttons, title});
+        if (whileShown)
+            whileShown(text);
         return answer;
     }
     std::string input(const std::string&) override { return inputAnswer; }

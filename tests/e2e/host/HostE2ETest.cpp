@@ -47,9 +47,18 @@ const QByteArray rawDocument("\x1b@RECEIPT\r\n\0\xff\f\x1dV\x00"
                              "end",
                              20);
 
+/// Short bounds: a silent reports server is given up after two seconds, not thirty.
+HttpLimits shortLimits() {
+    HttpLimits limits;
+    limits.connect = std::chrono::seconds(2);
+    limits.request = std::chrono::seconds(5);
+    limits.stall = std::chrono::seconds(2);
+    return limits;
+}
+
 /// The station with the real adapters for everything the host channel and printing touch.
 struct StationPorts {
-    std::unique_ptr<HttpClient> http = makeHttpClient({std::chrono::seconds(2), std::chrono::seconds(5), {}});
+    std::unique_ptr<HttpClient> http = makeHttpClient(shortLimits());
     std::unique_ptr<HostSocket> socket = makeHostSocket();
     std::unique_ptr<Spooler> spooler = makeSpooler();
     std::unique_ptr<TextPrinter> textPrinter = makeTextPrinter();

@@ -97,8 +97,7 @@ protected:
     test::VirtualDisplay display;
     test::DevService service;
     QTemporaryDir dir;
-    std::unique_ptr<HttpClient> http =
-        makeHttpClient({std::chrono::milliseconds(2000), std::chrono::milliseconds(5000), {}});
+    std::unique_ptr<HttpClient> http = makeHttpClient();
     std::unique_ptr<ClientWindows> clientWindows = makeClientWindows();
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     std::unique_ptr<Yield> yield = makeYield();

@@ -22,7 +22,7 @@ namespace {
 
 /// The fakes for everything but the service transport and the adapters.
 struct RealServicePorts {
-    explicit RealServicePorts(HttpTimeouts timeouts = {})
+    explicit RealServicePorts(HttpLimits timeouts = {})
         : http(makeHttpClient(timeouts)), adapters(makeNetworkAdapters()) {}
     std::unique_ptr<HttpClient> http;
     std::unique_ptr<NetworkAdapters> adapters;

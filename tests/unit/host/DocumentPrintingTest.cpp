@@ -175,6 +175,26 @@ INSTANTIATE_TEST_SUITE_P(
                                     "the printer cannot be opened", true}),
     [](const auto& p) { return std::string(p.param.name); });
 
+TEST_F(PrintingTest, AReportAskedForWhileOnePrintsComesAfterItNotInsideIt) {
+    documents[std::string(base) + "12345/1234567890/second.txt"] = "second page";
+    auto get = fake.http.handler;
+    bool asked = false;
+    fake.http.handler = [&](const test::FakeHttp::Call& call) {
+        // The host's next report arrives while the first one's document is on its way.
+        if (call.method == "GET" && !asked) {
+            asked = true;
+            printReport("1234567890", "second.txt");
+        }
+        return get(call);
+    };
+    printReport("1234567890", "daily.txt");
+    EXPECT_TRUE(messages().empty());
+    EXPECT_EQ(fake.textPrinter.calls,
+              (std::vector<std::string>{"select Reports", "font Arial 12.000000", "orientation 1", "print page1\f",
+                                        "print page2", "end", "select Reports", "font Arial 12.000000", "orientation 1",
+                                        "print second page", "end"}));
+}
+
 TEST_F(PrintingTest, WireTextIsShownAsTheUserReadsIt) {
     printReport("1234567890", "caf\xE9.txt");
     EXPECT_EQ(messages(),

@@ -121,6 +121,19 @@ TEST_F(HostChannelTest, PanelShowsTheMarkWhileACommandRunsAndItsFormerTextAfter)
     EXPECT_EQ(view.text, "Open 127.0.0.2");
 }
 
+TEST_F(HostChannelTest, AReadTakenWhileAMessageIsOpenRunsAndThePanelComesBackWhole) {
+    fake.dialogs.whileShown = [this](const std::string& text) {
+        if (text == "first")
+            fake.hostSocket.events.received("/R=/M=second");
+    };
+    fake.hostSocket.events.received("/M=first");
+    EXPECT_EQ(fake.hostSocket.sent, std::vector<std::string>{"/L=00-11-22-33-44-55"});
+    ASSERT_EQ(fake.dialogs.shown.size(), 2u);
+    EXPECT_EQ(fake.dialogs.shown[1].text, "second");
+    EXPECT_EQ(view.text, "Open 127.0.0.2");
+    EXPECT_EQ(view.panelHistory, (std::vector<std::string>{"*", "Open 127.0.0.2"}));
+}
+
 TEST_F(HostChannelTest, RedialWalksRoundTheListOneAddressPerPendingTick) {
     state.reconnectPending = true;
     std::vector<std::int16_t> indexes;
