@@ -114,4 +114,24 @@ void XProbe::close(Window window) {
     XFlush(m_display);
 }
 
+void XProbe::click(Window window, int x, int y) {
+    for (const int type : {ButtonPress, ButtonRelease}) {
+        XEvent event{};
+        auto& button = event.xbutton;
+        button.type = type;
+        button.display = m_display;
+        button.window = window;
+        button.root = m_root;
+        button.x = x;
+        button.y = y;
+        button.x_root = x;
+        button.y_root = y;
+        button.button = Button1;
+        button.state = type == ButtonPress ? 0 : Button1Mask; // the buttons held before the event
+        button.same_screen = True;
+        XSendEvent(m_display, window, True, type == ButtonPress ? ButtonPressMask : ButtonReleaseMask, &event);
+    }
+    XFlush(m_display);
+}
+
 } // namespace station::test

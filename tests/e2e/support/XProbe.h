@@ -27,6 +27,8 @@ public:
     std::vector<long> pongs();
     /// Asks the window to close (WM_DELETE_WINDOW).
     void close(Window window);
+    /// Presses and releases the first mouse button at (x, y) inside the window.
+    void click(Window window, int x, int y);
 
 private:
     ::_XDisplay* m_display = nullptr;
