@@ -5,6 +5,8 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+
 namespace station {
 namespace {
 
@@ -194,7 +196,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(PortCase{"COM1", false, std::nullopt, "/dev/ttyS0"},
                     PortCase{"COM12", false, std::nullopt, "/dev/ttyS11"},
                     PortCase{"com3", false, std::nullopt, "/dev/ttyS2"},
-                    PortCase{"COM7", false, "/tmp/rig", "/tmp/rig/COM7"},
+                    PortCase{"COM7", false, "/tmp/rig", (std::filesystem::path("/tmp/rig") / "COM7").string()},
                     PortCase{"COM7", true, "/tmp/rig", "\\\\.\\COM7"}, PortCase{"COM12", true, {}, "\\\\.\\COM12"},
                     PortCase{"COM0", false, {}, std::nullopt}, PortCase{"COM00", true, {}, std::nullopt},
                     PortCase{"COM07", false, {}, std::nullopt}, PortCase{"COM256", false, {}, std::nullopt},
@@ -206,7 +208,7 @@ INSTANTIATE_TEST_SUITE_P(
 
 TEST(ReaderTestImage, WindowsNameOrTheTempFolder) {
     EXPECT_EQ(readerTestImagePath(true, "/tmp"), "c:\\test.tif");
-    EXPECT_EQ(readerTestImagePath(false, "/var/tmp"), "/var/tmp/test.tif");
+    EXPECT_EQ(readerTestImagePath(false, "/var/tmp"), (std::filesystem::path("/var/tmp") / "test.tif").string());
 }
 
 } // namespace
