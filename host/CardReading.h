@@ -39,7 +39,10 @@ struct ReaderSetup {
 ReaderSetup readerSetup(std::string_view port, ReaderKind kind);
 
 /// Gives the reader its set-up. False when the port could not be opened (the reason is the
-/// reader's error()); commands are not sent then.
+/// reader's error()); commands are not sent then. The reader controls of old also took a 16-bit
+/// value, a text value and a single-precision 4.0 before and after the start; our driver has no
+/// such settings (its timing bounds live in platform/Limits.h), so the set-up has no step for
+/// them. Closing and opening the port again is open() itself.
 bool applyReaderSetup(MicrReader& reader, const ReaderSetup& setup);
 
 inline constexpr std::string_view noReaderPortMessage =
