@@ -38,8 +38,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (static_cast<unsigned char>(input[i]) != 0xFF)
             continue;
         feed(input.substr(start, i - start));
-        if (static_cast<unsigned char>(input[i + 1]) % 2 &&
-            receiver.timeUp() == micr::Receiver::Action::Complete)
+        if (static_cast<unsigned char>(input[i + 1]) % 2 && receiver.timeUp() == micr::Receiver::Action::Complete)
             checkRead(receiver.read());
         start = i + 2;
         ++i;
