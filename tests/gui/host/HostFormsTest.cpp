@@ -157,6 +157,26 @@ TEST_P(ReaderPromptTest, EndsTheTaskWithAnEmptyResult) {
     EXPECT_EQ(file.readAll(), QByteArray("\r\n"));
 }
 
+TEST(FileSelectionForm, CardFromTheReaderIsWrittenAndTheWindowCloses) {
+    test::FakePorts fake;
+    fake.http.handler = [](const test::FakeHttp::Call&) { return test::FakeHttp::ok("R|L|P|mini MICR|COM12|"); };
+    StationConfig config;
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    QTemporaryDir dir;
+    const auto result = dir.filePath(QStringLiteral("card.txt"));
+    frmFileSelection task("3," + result.toStdString(), fake.ports, config, service);
+    task.show();
+    task.Form_Load();
+    EXPECT_EQ(fake.micrReader.calls.front(), "setting CommPort=12");
+    fake.micrReader.tracks = {"", "4111=25", ""};
+    fake.micrReader.complete();
+    EXPECT_FALSE(task.isVisible());
+    QFile file(result);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("3\r\n00000\r\n000074111=25\r\n00000\r\n"));
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Ends, ReaderPromptTest,
     testing::Values(PromptCase{"Click", [](frmFileSelection& form) { form.Command1->click(); }},
