@@ -110,9 +110,9 @@ public:
         }
     }
 
-    void card(const std::string& spec) {
+    void card(const std::string& line) {
         std::vector<std::string> tracks;
-        std::stringstream in(spec);
+        std::stringstream in(line);
         for (std::string t; std::getline(in, t, '|');)
             tracks.push_back(t);
         tracks.resize(3);
@@ -131,7 +131,7 @@ public:
                 all += p;
             message("M", all, "00");
         }
-        m_log << "* card " << spec << std::endl;
+        m_log << "* card " << line << std::endl;
         m_armed = false;
     }
     void check(const std::string& micr, std::size_t imageSize) {
