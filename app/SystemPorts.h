@@ -46,6 +46,7 @@ private:
     OffThreadTextPrinter m_textPrinter{makeTextPrinter([spooler = m_rawSpooler] { spooler->printers(); }), *m_waiter,
                                        limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
+    std::unique_ptr<MicrReader> m_micrReader = makeMicrReader();
     Ports m_ports;
 };
 

@@ -2,6 +2,7 @@
 // minimal Qt window, waits until it is shown, prints its resident memory and exits. Timing is done
 // from outside, by bench/startup_ratio.sh, so process start-up counts too.
 #include "app/SystemPorts.h"
+#include "core/StationIdentity.h"
 #include "platform/StationConfig.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -51,6 +52,12 @@ int runMinimal() {
     return 0;
 }
 
+// The identity the station sends, so a script can give the reference service its settings row.
+int printIdentity() {
+    std::printf("%s\n", station::stripDashes(station::stationIdentity(station::makeNetworkAdapters()->list())).c_str());
+    return 0;
+}
+
 } // namespace
 
 int main(int argc, char** argv) {
@@ -60,6 +67,8 @@ int main(int argc, char** argv) {
         return runStation();
     if (mode == "minimal")
         return runMinimal();
-    std::fprintf(stderr, "usage: startup_probe station|minimal\n");
+    if (mode == "identity")
+        return printIdentity();
+    std::fprintf(stderr, "usage: startup_probe station|minimal|identity\n");
     return 2;
 }

@@ -70,6 +70,8 @@ struct StationState {
 
     /// The telnet client's window found last; 0 while none.
     WindowHandle clientWindow = 0;
+    /// Host of the last connection: the device window looks for the client window by it.
+    std::string loginHost;
 };
 
 } // namespace station

@@ -2,9 +2,12 @@
 
 #include "core/StationIdentity.h"
 #include "host/DocumentPrinting.h"
+#include "host/FileTask.h"
 #include "host/TaskLine.h"
 
 #include <QLabel>
+#include <QLineEdit>
+#include <QPushButton>
 #include <QTimer>
 #include <QVBoxLayout>
 
@@ -19,6 +22,37 @@ frmFileSelection::frmFileSelection(std::string taskLine, Ports& ports, const Sta
     lblTask = new QLabel(QString::fromStdString(m_taskLine), this);
     lblTask->setObjectName(QStringLiteral("lblTask"));
     layout->addWidget(lblTask);
+
+    Command1 = new QPushButton(this);
+    Command1->setObjectName(QStringLiteral("Command1"));
+    Command1->setMinimumSize(320, 120);
+    // A flat button paints its background colour, as the prompt needs.
+    Command1->setFlat(true);
+    Command1->setAutoFillBackground(true);
+    Command1->hide();
+    layout->addWidget(Command1);
+    connect(Command1, &QPushButton::clicked, this, &frmFileSelection::Command1_Click);
+
+    txtCCInfo = new QLineEdit(this);
+    txtCCInfo->setObjectName(QStringLiteral("txtCCInfo"));
+    txtCCInfo->hide();
+    layout->addWidget(txtCCInfo);
+    cmdEndCC = new QPushButton(QStringLiteral("OK"), this);
+    cmdEndCC->setObjectName(QStringLiteral("cmdEndCC"));
+    cmdEndCC->hide();
+    layout->addWidget(cmdEndCC);
+    connect(cmdEndCC, &QPushButton::clicked, this, &frmFileSelection::cmdEndCC_Click);
+    // A wedge ends what it types with Enter.
+    connect(txtCCInfo, &QLineEdit::returnPressed, this, &frmFileSelection::cmdEndCC_Click);
+
+    Timer1 = new QTimer(this);
+    Timer1->setObjectName(QStringLiteral("Timer1"));
+    connect(Timer1, &QTimer::timeout, this, &frmFileSelection::Timer1_Timer);
+}
+
+frmFileSelection::~frmFileSelection() {
+    m_ports.micrReader.onReadComplete({});
+    m_ports.micrReader.onFault({});
 }
 
 void frmFileSelection::showEvent(QShowEvent* event) {
@@ -39,8 +73,67 @@ void frmFileSelection::Form_Load() {
         accept();
         return;
     }
-    // No other job is known to this build: show the line briefly and close.
-    QTimer::singleShot(1500, this, &QDialog::accept);
+    if (runFileTask(line, m_ports.dialogs) || (line.task != 3 && line.task != 4)) {
+        accept();
+        return;
+    }
+    m_reader = std::make_unique<ReaderTask>(
+        line, ReaderTask::Peers{m_ports.micrReader, m_ports.dialogs, m_ports.yield, m_service},
+        stationIdentity(m_ports.adapters.list()), *this, m_config.readerWaitMs);
+    m_ports.micrReader.onReadComplete([this] { m_reader->readComplete(); });
+    m_ports.micrReader.onFault([this](const std::string& reason) { m_reader->readerFault(reason); });
+    m_reader->start();
+}
+
+void frmFileSelection::Command1_Click() {
+    if (m_reader)
+        m_reader->cancel();
+}
+
+void frmFileSelection::Timer1_Timer() {
+    if (m_reader)
+        m_reader->timeOut();
+}
+
+void frmFileSelection::cmdEndCC_Click() {
+    if (m_reader)
+        m_reader->wedgeEntered(txtCCInfo->text().toStdString());
+}
+
+void frmFileSelection::reject() {
+    if (m_reader)
+        m_reader->cancel();
+    else
+        QDialog::reject();
+}
+
+void frmFileSelection::showPrompt(const std::string& caption, PromptColour colour) {
+    Command1->setText(QString::fromStdString(caption));
+    auto palette = Command1->palette();
+    palette.setColor(QPalette::Button, colour == PromptColour::Yellow ? Qt::yellow : Qt::green);
+    Command1->setPalette(palette);
+    Command1->show();
+    Command1->setFocus();
+}
+
+void frmFileSelection::showWedgeBox() {
+    txtCCInfo->clear();
+    txtCCInfo->show();
+    cmdEndCC->show();
+    txtCCInfo->setFocus();
+}
+
+void frmFileSelection::armTimeout(int milliseconds) {
+    Timer1->start(milliseconds);
+}
+
+void frmFileSelection::stopTimeout() {
+    Timer1->stop();
+}
+
+void frmFileSelection::finish() {
+    Timer1->stop();
+    accept();
 }
 
 } // namespace station

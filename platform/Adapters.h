@@ -48,5 +48,7 @@ std::unique_ptr<TextPrinter> makeTextPrinter(std::function<void()> spoolerCheck 
 /// Waits that keep the window alive (platform/Waiter.h).
 std::unique_ptr<Waiter> makeWaiter();
 std::unique_ptr<SharedLibraries> makeSharedLibraries();
+/// The card and check reader on a serial port (Qt SerialPort).
+std::unique_ptr<MicrReader> makeMicrReader();
 
 } // namespace station

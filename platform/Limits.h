@@ -55,4 +55,20 @@ inline constexpr std::size_t hostSendBuffer = 1u << 20;
 /// station works through its commands is held back by TCP itself, not by the station's memory.
 inline constexpr std::size_t hostReadAhead = 256u << 10;
 
+// --- card and check reader ---------------------------------------------------------------
+/// A card's tracks may come one message each, a few milliseconds apart: the read is complete
+/// when no further track has come for this long.
+inline constexpr std::chrono::milliseconds readerSettle = 200ms;
+
+/// A check image (about 10 KB, a second at 115200 baud) is given up when no byte of it has
+/// come for this long; the read then has no image.
+inline constexpr std::chrono::milliseconds readerImageStall = 3s;
+
+/// The longest message of the reader: three tracks or a MICR line are a few hundred bytes.
+inline constexpr std::size_t readerMessage = 4096;
+
+/// The largest check image kept; a larger one is read past and the check has no image.
+inline constexpr std::size_t readerImage = 8u << 20;
+// --- end of card and check reader --------------------------------------------------------
+
 } // namespace station::limits

@@ -5,6 +5,7 @@
 #include "platform/Dialogs.h"
 #include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
+#include "platform/MicrReader.h"
 #include "platform/NetworkAdapters.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/SharedLibraries.h"
@@ -31,6 +32,7 @@ struct Ports {
     Spooler& spooler;
     TextPrinter& textPrinter;
     SharedLibraries& libraries;
+    MicrReader& micrReader;
 };
 
 } // namespace station

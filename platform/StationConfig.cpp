@@ -20,13 +20,17 @@ StationConfig StationConfig::resolve(const Lookup& lookup) {
     c.backofficeHost = pick("STATION_BACKOFFICE_HOST", build::backofficeHost);
     c.serverList = pick("STATION_SERVER_LIST", build::serverList);
     c.codec = pick("STATION_CODEC", build::codec);
-    if (auto tick = lookup("STATION_TICK_MS")) {
-        int ms = 0;
-        auto [end, ec] = std::from_chars(tick->data(), tick->data() + tick->size(), ms);
-        // A rig value that is not a positive number keeps the real interval.
-        if (ec == std::errc() && end == tick->data() + tick->size() && ms > 0)
-            c.tickMs = ms;
-    }
+    // A rig value that is not a positive number keeps the real interval.
+    auto rigMs = [&](const char* name, int& target) {
+        if (auto value = lookup(name)) {
+            int ms = 0;
+            auto [end, ec] = std::from_chars(value->data(), value->data() + value->size(), ms);
+            if (ec == std::errc() && end == value->data() + value->size() && ms > 0)
+                target = ms;
+        }
+    };
+    rigMs("STATION_TICK_MS", c.tickMs);
+    rigMs("STATION_READER_WAIT_MS", c.readerWaitMs);
     return c;
 }
 

@@ -16,6 +16,7 @@ struct StationConfig {
     std::string serverList;     ///< STATION_SERVER_LIST, comma-separated store host addresses
     std::string codec;          ///< STATION_CODEC, shared library of the codec; empty = identity
     int tickMs = 5000;          ///< STATION_TICK_MS, test rigs only
+    int readerWaitMs = 30000;   ///< STATION_READER_WAIT_MS: how long a read is waited for, test rigs only
 
     using Lookup = std::function<std::optional<std::string>(const char* name)>;
     /// The build-time values with the overrides that `lookup` finds.

@@ -24,6 +24,7 @@ public:
     StationController& operator=(const StationController&) = delete;
 
     StationState& state() { return m_state; }
+    Ports& ports() { return m_ports; }
 
     /// The main window's load: guard, caption, store list, settings, timer, host channel. False
     /// when another copy runs: the refusal was shown and the window must not be shown.

@@ -4,6 +4,7 @@
 #include "config/frmPrinters.h"
 #include "helpdesk/frmHelpdesk.h"
 #include "host/frmDisplayPole.h"
+#include "platform/SerialPortNames.h"
 #include "shell/ConsoleFonts.h"
 #include "shell/StoreList.h"
 #include "uploader/frmUploader.h"
@@ -452,7 +453,8 @@ void frmTerminal::openAbout() {
 }
 
 void frmTerminal::runPrinterSetup() {
-    auto* printers = new frmPrinters(state(), this);
+    auto* printers =
+        new frmPrinters(state(), m_controller.ports(), systemReaderTestImagePath(QDir::tempPath().toStdString()), this);
     printers->exec();
 }
 

@@ -1,5 +1,7 @@
 #include "tests/support/FakePorts.h"
 
+#include <fstream>
+
 namespace station::test {
 
 HttpClient::Response FakeHttp::post(const std::string& url, const std::string& contentType, const std::string& body) {
@@ -40,6 +42,15 @@ std::unique_ptr<SharedLibraries::Library> FakeLibraries::load(const std::string&
     auto loaded = std::make_unique<Loaded>();
     loaded->functions = it->second;
     return loaded;
+}
+
+int FakeMicrReader::saveImage(const std::string& path) {
+    calls.push_back("save " + path);
+    if (!image)
+        return 1;
+    std::ofstream file(path, std::ios::binary | std::ios::trunc);
+    file << *image;
+    return file ? 0 : 2;
 }
 
 std::string storeListReply(std::size_t count, const std::string& station) {

@@ -2,6 +2,7 @@
 // Scripted stand-ins for the platform ports, for logic and form tests.
 #include "platform/Ports.h"
 
+#include <array>
 #include <deque>
 #include <functional>
 #include <map>
@@ -214,6 +215,43 @@ public:
     std::unique_ptr<Library> load(const std::string& path) override;
 };
 
+/// A reader whose calls are recorded in order as readable lines ("setting CommPort=7", "open",
+/// "command SWA 00100010", "start 0002", "save PATH", "close"); the test plays the reader's side
+/// with complete() and fail().
+class FakeMicrReader : public MicrReader {
+public:
+    std::vector<std::string> calls;
+    bool opens = true;
+    std::string openError = "COM1 (/dev/ttyS0): No such file or directory";
+    std::array<std::string, 3> tracks;
+    std::string micr;
+    /// The check image the reader holds; none: saveImage() answers 1 and writes nothing.
+    std::optional<std::string> image;
+    std::function<void()> completeHandler;
+    std::function<void(const std::string&)> faultHandler;
+
+    void setSetting(const std::string& name, const std::string& value) override {
+        calls.push_back("setting " + name + "=" + value);
+    }
+    bool open() override {
+        calls.emplace_back("open");
+        return opens;
+    }
+    std::string error() const override { return openError; }
+    void command(const std::string& text) override { calls.push_back("command " + text); }
+    void start(const std::string& argument) override { calls.push_back("start " + argument); }
+    void onReadComplete(std::function<void()> handler) override { completeHandler = std::move(handler); }
+    void onFault(std::function<void(const std::string&)> handler) override { faultHandler = std::move(handler); }
+    std::string track(int number) override { return tracks.at(static_cast<std::size_t>(number - 1)); }
+    std::string micrLine() override { return micr; }
+    int saveImage(const std::string& path) override;
+    void close() override { calls.emplace_back("close"); }
+
+    /// The reader has read a card (tracks) or a check (micr, image).
+    void complete() { completeHandler(); }
+    void fail(const std::string& reason) { faultHandler(reason); }
+};
+
 /// One of each fake, with the Ports view over them.
 struct FakePorts {
     FakeHttp http;
@@ -229,8 +267,9 @@ struct FakePorts {
     FakeSpooler spooler;
     FakeTextPrinter textPrinter;
     FakeLibraries libraries;
-    Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,    clock,
-                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries};
+    FakeMicrReader micrReader;
+    Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,     clock,
+                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, micrReader};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".

@@ -67,7 +67,7 @@ struct StationPorts {
     test::FakePorts fake;
     Ports ports{*http,    *adapters,    fake.singleInstance, fake.browser,         fake.dialogs,
                 *yield,   fake.clock,   fake.clientWindows,  fake.processLauncher, *socket,
-                *spooler, *textPrinter, fake.libraries};
+                *spooler, *textPrinter, fake.libraries,      fake.micrReader};
 };
 
 StationConfig stationConfig(const test::DevService& service, const std::string& serverList) {

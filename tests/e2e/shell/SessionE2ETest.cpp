@@ -102,9 +102,9 @@ protected:
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     std::unique_ptr<Yield> yield = makeYield();
     test::FakePorts fake;
-    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser, fake.dialogs,
-                *yield,       fake.clock,       *clientWindows,      *launcher,    fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries};
+    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser,   fake.dialogs,
+                *yield,       fake.clock,       *clientWindows,      *launcher,      fake.hostSocket,
+                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
     StationConfig config;
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};

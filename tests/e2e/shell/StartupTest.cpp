@@ -29,7 +29,7 @@ struct RealServicePorts {
     test::FakePorts fake;
     Ports ports{*http,        *adapters,        fake.singleInstance, fake.browser,         fake.dialogs,
                 fake.yield,   fake.clock,       fake.clientWindows,  fake.processLauncher, fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries};
+                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
 };
 
 TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {

@@ -6,7 +6,12 @@
 #include "tests/support/FakePorts.h"
 
 #include <QApplication>
+#include <QFile>
 #include <QLabel>
+#include <QPushButton>
+#include <QTemporaryDir>
+#include <QTest>
+#include <QTimer>
 #include <gtest/gtest.h>
 
 namespace station {
@@ -119,6 +124,68 @@ TEST(FileSelectionForm, PrintTaskPrintsAndCloses) {
     EXPECT_EQ(fake.spooler.jobs[0].printer, "L");
     EXPECT_EQ(fake.spooler.jobs[0].data, "label bytes");
 }
+
+struct PromptCase {
+    const char* name;
+    std::function<void(frmFileSelection&)> act;
+};
+class ReaderPromptTest : public testing::TestWithParam<PromptCase> {};
+
+// The prompt shows the read is waited for; its click, Escape and the timer all end the task
+// with the empty result.
+TEST_P(ReaderPromptTest, EndsTheTaskWithAnEmptyResult) {
+    test::FakePorts fake;
+    fake.adapters.adapters = {{"eth0", {0x00, 0x11, 0x22, 0x33, 0x44, 0x55}}};
+    fake.http.handler = [](const test::FakeHttp::Call&) { return test::FakeHttp::ok("R|L|P|MICRImage|COM3|"); };
+    StationConfig config;
+    config.readerWaitMs = 50;
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    QTemporaryDir dir;
+    const auto result = dir.filePath(QStringLiteral("result.txt"));
+    frmFileSelection task("3," + result.toStdString(), fake.ports, config, service);
+    task.show();
+    task.Form_Load();
+    ASSERT_TRUE(task.Command1->isVisible());
+    EXPECT_EQ(task.Command1->text(), QStringLiteral("Scan Card Now\r\nPress Escape to Cancel"));
+    EXPECT_EQ(task.Command1->palette().color(QPalette::Button), QColor(Qt::yellow));
+    EXPECT_EQ(task.Timer1->interval(), 50);
+    GetParam().act(task);
+    EXPECT_FALSE(task.isVisible());
+    QFile file(result);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("\r\n"));
+}
+
+TEST(FileSelectionForm, CardFromTheReaderIsWrittenAndTheWindowCloses) {
+    test::FakePorts fake;
+    fake.http.handler = [](const test::FakeHttp::Call&) { return test::FakeHttp::ok("R|L|P|mini MICR|COM12|"); };
+    StationConfig config;
+    IdentityCodec codec;
+    ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
+    QTemporaryDir dir;
+    const auto result = dir.filePath(QStringLiteral("card.txt"));
+    frmFileSelection task("3," + result.toStdString(), fake.ports, config, service);
+    task.show();
+    task.Form_Load();
+    EXPECT_EQ(fake.micrReader.calls.front(), "setting CommPort=12");
+    fake.micrReader.tracks = {"", "4111=25", ""};
+    fake.micrReader.complete();
+    EXPECT_FALSE(task.isVisible());
+    QFile file(result);
+    ASSERT_TRUE(file.open(QIODevice::ReadOnly));
+    EXPECT_EQ(file.readAll(), QByteArray("3\r\n00000\r\n000074111=25\r\n00000\r\n"));
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ends, ReaderPromptTest,
+    testing::Values(PromptCase{"Click", [](frmFileSelection& form) { form.Command1->click(); }},
+                    PromptCase{"Escape", [](frmFileSelection& form) { QTest::keyClick(&form, Qt::Key_Escape); }},
+                    PromptCase{"TimeOut",
+                               [](frmFileSelection& form) {
+                                   EXPECT_TRUE(QTest::qWaitFor([&form] { return !form.isVisible(); }, 2000));
+                               }}),
+    [](const testing::TestParamInfo<PromptCase>& c) { return std::string(c.param.name); });
 
 } // namespace
 } // namespace station

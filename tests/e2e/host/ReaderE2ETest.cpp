@@ -1,0 +1,201 @@
+// Card and check reading against micrsim on a pseudo-terminal and the reference service: the
+// real program in task mode for the reads that end without a message box, and the task's logic
+// over the real serial driver for the ways that end with one.
+#include "core/StationIdentity.h"
+#include "host/CardReading.h"
+#include "platform/Adapters.h"
+#include "service/Codec.h"
+#include "tests/e2e/support/Peers.h"
+#include "tests/support/FakePorts.h"
+
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QThread>
+#include <gtest/gtest.h>
+
+namespace station {
+namespace {
+
+template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
+    QDeadlineTimer deadline(ms);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(5);
+    }
+    return true;
+}
+
+QByteArray fileBytes(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+class TaskView : public ReaderTaskView {
+public:
+    bool finished = false;
+    void showPrompt(const std::string&, PromptColour) override {}
+    void showWedgeBox() override {}
+    void armTimeout(int) override {}
+    void stopTimeout() override {}
+    void finish() override { finished = true; }
+};
+
+class ReaderE2ETest : public testing::Test {
+protected:
+    void SetUp() override {
+        ::setenv("STATION_SERIAL_DIR", serialDir().toLocal8Bit().constData(), 1);
+        setReader("MICRImage", "COM3");
+    }
+    QString serialDir() const { return dir.filePath(QString()); }
+    QString resultPath() const { return dir.filePath(QStringLiteral("result.txt")); }
+
+    void setReader(const std::string& type, const std::string& port) {
+        StationSettings row;
+        row.open();
+        row.addRow();
+        const std::string values[] = {"receipts", "labels", "reports", type, port, "pre"};
+        for (std::size_t f = 0; f < std::size(values); ++f)
+            row.set(StationSettings::fieldNames[f], values[f]);
+        client.writeDeviceSettings(row, stationId);
+    }
+    /// micrsim as COM3 in the serial folder, playing `script`.
+    void startReader(const QString& script) {
+        QFile f(dir.filePath(QStringLiteral("reader.script")));
+        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
+        f.write(script.toUtf8());
+        f.close();
+        reader.start(test::binDir() + QStringLiteral("/micrsim"),
+                     {QStringLiteral("--link"), dir.filePath(QStringLiteral("COM3")), QStringLiteral("--script"),
+                      f.fileName(), QStringLiteral("--log"), readerLogPath()});
+        ASSERT_FALSE(reader.waitForOutput(QStringLiteral("pty (\\S+)")).isEmpty());
+    }
+    QString readerLogPath() const { return dir.filePath(QStringLiteral("reader.log")); }
+    QByteArray readerLog() const { return fileBytes(readerLogPath()); }
+
+    /// The real program in task mode; its exit code, -1 when it did not end in time.
+    int runStation(const QString& taskLine, const QString& waitMs = QStringLiteral("30000")) {
+        QProcess station;
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("STATION_SERVICE_URL"), service.serviceUrl());
+        env.insert(QStringLiteral("STATION_SERIAL_DIR"), serialDir());
+        env.insert(QStringLiteral("STATION_READER_WAIT_MS"), waitMs);
+        env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("offscreen"));
+        station.setProcessEnvironment(env);
+        station.start(test::binDir() + QStringLiteral("/vorneterminal"), {taskLine});
+        if (!station.waitForFinished(20'000)) {
+            station.kill();
+            station.waitForFinished();
+            return -1;
+        }
+        return station.exitCode();
+    }
+
+    /// Task 3 or 4 in this process, over the real serial driver; the messages it showed.
+    std::vector<std::string> runInProcess(const std::string& task) {
+        auto serial = makeMicrReader();
+        TaskView view;
+        ReaderTask job(parseTaskLine(task + "," + resultPath().toStdString()), {*serial, dialogs, *yield, client},
+                       stationId, view, 1500);
+        serial->onReadComplete([&] { job.readComplete(); });
+        serial->onFault([&](const std::string& reason) { job.readerFault(reason); });
+        // The time-out timer of the window, played here.
+        job.start();
+        QDeadlineTimer timeout(1500);
+        waitUntil([&] {
+            if (timeout.hasExpired() && !view.finished)
+                job.timeOut();
+            return view.finished;
+        });
+        std::vector<std::string> texts;
+        for (const auto& m : dialogs.shown)
+            texts.push_back(m.text);
+        return texts;
+    }
+
+    QTemporaryDir dir;
+    test::DevService service;
+    test::PeerProcess reader;
+    std::unique_ptr<HttpClient> http = makeHttpClient();
+    std::unique_ptr<Yield> yield = makeYield();
+    IdentityCodec codec;
+    ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
+    std::string stationId = stationIdentity(makeNetworkAdapters()->list());
+    test::FakeDialogs dialogs;
+};
+
+TEST_F(ReaderE2ETest, CardTaskWritesTheTracksAfterTheStandardSetUp) {
+    startReader(QStringLiteral("armed\ncard B4111111111111111^DOE/J^2512|4111111111111111=2512|\n"));
+    ASSERT_EQ(runStation(QStringLiteral("3,") + resultPath()), 0);
+    EXPECT_EQ(fileBytes(resultPath()),
+              "3\r\n00028B4111111111111111^DOE/J^2512\r\n000214111111111111111=2512\r\n00000\r\n");
+    EXPECT_TRUE(readerLog().startsWith("< SWA 00100010\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n"
+                                       "< SWE 00000010\n< SWI 00000000\n< FC0002\n"))
+        << readerLog().toStdString();
+}
+
+TEST_F(ReaderE2ETest, CheckTaskWritesTheMicrLineAndTheTenKilobyteImage) {
+    startReader(QStringLiteral("armed\ncheck T123456789T0012345O 10240\n"));
+    ASSERT_EQ(runStation(QStringLiteral("4,") + resultPath()), 0);
+    EXPECT_EQ(fileBytes(resultPath()), "4\r\n00019T123456789T0012345O\r\n10240\r\n");
+    const auto image = fileBytes(resultPath() + QStringLiteral(".tmp"));
+    EXPECT_EQ(image.size(), 10240);
+    EXPECT_TRUE(image.startsWith(QByteArray("II*\0", 4)));
+}
+
+TEST_F(ReaderE2ETest, MiniMicrWithoutCameraGetsItsCommandsAndAnEmptyImage) {
+    setReader(" mini micr", "COM3");
+    startReader(QStringLiteral("set sentinels off\narmed\ncheck T9T8O\n"));
+    ASSERT_EQ(runStation(QStringLiteral("4,") + resultPath()), 0);
+    EXPECT_EQ(fileBytes(resultPath()), "4\r\n00005T9T8O\r\n00000\r\n");
+    EXPECT_TRUE(readerLog().startsWith("< SWA 00100000\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n< FC0002\n"))
+        << readerLog().toStdString();
+}
+
+TEST_F(ReaderE2ETest, SilentReaderTimesOutWithAnEmptyResult) {
+    startReader(QStringLiteral("armed\n"));
+    ASSERT_EQ(runStation(QStringLiteral("3,") + resultPath(), QStringLiteral("400")), 0);
+    EXPECT_EQ(fileBytes(resultPath()), "\r\n");
+}
+
+struct FaultCase {
+    const char* name;
+    const char* task;
+    const char* script; ///< empty: no reader at all
+    const char* type;
+    const char* port;
+    const char* message; ///< the start of the one message shown
+};
+
+class ReaderFaults : public ReaderE2ETest, public testing::WithParamInterface<FaultCase> {};
+
+TEST_P(ReaderFaults, EndWithTheirMessageAndAnEmptyResult) {
+    const auto& c = GetParam();
+    setReader(c.type, c.port);
+    if (*c.script)
+        startReader(QString::fromLatin1(c.script));
+    const auto messages = runInProcess(c.task);
+    ASSERT_LE(messages.size(), 1u);
+    EXPECT_EQ(messages.empty() ? "" : messages[0].substr(0, std::string_view(c.message).size()), c.message);
+    EXPECT_EQ(fileBytes(resultPath()), "\r\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Ways, ReaderFaults,
+    testing::Values(FaultCase{"CardWhereCheckExpected", "4", "armed\ncard B1^X|41=25|\n", "MICRImage", "COM3",
+                              "Error: A Card was read but a Check was expected"},
+                    FaultCase{"CheckWhereCardExpected", "3", "armed\nnoread\n", "MICRImage", "COM3",
+                              "Error: A Check was processed but a Card was expected"},
+                    FaultCase{"NoPortSet", "3", "", "MICRImage", "",
+                              "The Credit card reader com port has not been set"},
+                    FaultCase{"PortThatCannotOpen", "3", "", "MICRImage", "COM9",
+                              "The card reader's port could not be opened: COM9 ("},
+                    FaultCase{"ReaderGoneWhileWaiting", "3", "armed\nsleep 100\nexit\n", "MICRImage", "COM3",
+                              "The card reader's port failed: COM3"},
+                    FaultCase{"MessageCutOffHalfWay", "3", "armed\ncut M%B4111^DO\n", "MICRImage", "COM3", ""}),
+    [](const testing::TestParamInfo<FaultCase>& c) { return std::string(c.param.name); });
+
+} // namespace
+} // namespace station
