@@ -46,6 +46,10 @@ private:
     OffThreadTextPrinter m_textPrinter{makeTextPrinter([spooler = m_rawSpooler] { spooler->printers(); }), *m_waiter,
                                        limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
+    // Program updates: the installer goes to disk off the UI thread, its signature is checked
+    // there too.
+    OffThreadFileDownloader m_downloader{makeFileDownloader(), *m_waiter, limits::downloadCap + limits::overrun};
+    OffThreadSignatureVerifier m_signatures{makeSignatureVerifier(), *m_waiter, limits::verify};
     Ports m_ports;
 };
 

@@ -57,6 +57,16 @@ private:
     std::size_t m_count = 0;
 };
 
+/// The sign-on values the operator enters or loads from a connection file (UTF-8, as typed).
+struct ConnectionSettings {
+    std::string userName;
+    std::string password;
+    std::string hostAddress;
+    std::string domain;
+    std::string stationNumber;
+    std::string filePath; ///< the connection file last loaded or saved; empty until then
+};
+
 struct StationState {
     std::string stationId;
     StoreTable stores;
@@ -70,6 +80,8 @@ struct StationState {
 
     /// The telnet client's window found last; 0 while none.
     WindowHandle clientWindow = 0;
+
+    ConnectionSettings connection;
 };
 
 } // namespace station

@@ -20,6 +20,7 @@ StationConfig StationConfig::resolve(const Lookup& lookup) {
     c.backofficeHost = pick("STATION_BACKOFFICE_HOST", build::backofficeHost);
     c.serverList = pick("STATION_SERVER_LIST", build::serverList);
     c.codec = pick("STATION_CODEC", build::codec);
+    c.updatePublicKey = pick("STATION_UPDATE_PUBLIC_KEY", build::updatePublicKey);
     if (auto tick = lookup("STATION_TICK_MS")) {
         int ms = 0;
         auto [end, ec] = std::from_chars(tick->data(), tick->data() + tick->size(), ms);
