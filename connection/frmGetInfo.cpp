@@ -79,7 +79,15 @@ frmGetInfo::frmGetInfo(Dialogs& dialogs, ConnectionSettings& settings, const std
 void frmGetInfo::Form_Load() {
     showBoxes(m_logic.Form_Load());
     adjustSize();
-    // Lower edge on the screen's lower edge, towards the right edge.
+}
+
+void frmGetInfo::showEvent(QShowEvent* event) {
+    QDialog::showEvent(event);
+    if (m_placed)
+        return;
+    m_placed = true;
+    // Lower edge on the screen's lower edge, towards the right edge; the frame is known only
+    // once the window is shown.
     if (const auto* screen = QApplication::primaryScreen()) {
         const auto area = screen->geometry();
         move(area.right() + 1 - frameGeometry().width(), area.bottom() + 1 - frameGeometry().height());

@@ -33,6 +33,7 @@ public:
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
+    void showEvent(QShowEvent* event) override;
 
 private:
     ConnectionBoxes boxes() const;
@@ -40,6 +41,7 @@ private:
 
     ConnectionSettings& m_settings;
     GetInfo m_logic;
+    bool m_placed = false;
 };
 
 } // namespace station
