@@ -31,6 +31,12 @@ std::optional<std::string>& field(ConnectionRow& row, std::size_t index) {
     return *fields.at(index);
 }
 
+const std::optional<std::string>& field(const ConnectionRow& row, std::size_t index) {
+    const std::array<const std::optional<std::string>*, 5> fields = {&row.username, &row.password, &row.domain, &row.ip,
+                                                                     &row.station};
+    return *fields.at(index);
+}
+
 /// The namespace that `prefix` stands for at `node` (empty prefix: the default namespace).
 std::string_view namespaceAt(pugi::xml_node node, std::string_view prefix) {
     const std::string declaration = prefix.empty() ? std::string("xmlns") : "xmlns:" + std::string(prefix);
@@ -96,8 +102,7 @@ std::string fixedLength(std::string_view value, std::size_t length) {
     return out;
 }
 
-std::string writeConnectionFile(const ConnectionRow& original) {
-    ConnectionRow row = original;
+std::string writeConnectionFile(const ConnectionRow& row) {
     pugi::xml_document doc;
     auto root = doc.append_child("xml");
     root.append_attribute("xmlns:s") = schemaNamespace;
