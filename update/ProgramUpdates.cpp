@@ -154,6 +154,13 @@ bool ProgramUpdates::downloadInstaller(const std::string& url) {
         if (m_view.progressVisible())
             m_view.setProgress(1, static_cast<float>(total), static_cast<float>(received));
     });
+    // A part the server cannot continue (it is as long as the file, or longer) is dropped, so
+    // that the next check starts over instead of asking for the same impossible range again.
+    if (result.status == 416) {
+        fs::remove(partial, ignored);
+        fs::remove(validatorFile, ignored);
+        return false;
+    }
     if (result.validator.empty()) {
         fs::remove(validatorFile, ignored);
     } else {

@@ -32,6 +32,12 @@ FileDownloader::Result FakeDownloader::download(const Request& request, const Pr
         return result;
     }
     result.validator = validator;
+    if (request.resumeFrom >= file.size() && request.resumeFrom > 0 && request.ifRange == validator) {
+        result.status = 416; // nothing left to send from there
+        result.error = "HTTP 416";
+        result.size = request.resumeFrom;
+        return result;
+    }
     const bool rest = request.resumeFrom > 0 && request.ifRange == validator && request.resumeFrom <= file.size();
     const std::uint64_t from = rest ? request.resumeFrom : 0;
     const std::uint64_t to = breakAt ? std::min<std::uint64_t>(*breakAt, file.size()) : file.size();

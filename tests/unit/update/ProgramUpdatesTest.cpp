@@ -118,7 +118,6 @@ TEST_F(ProgramUpdatesTest, ANewerReleaseIsDownloadedShownStartedAndTheProgramEnd
     ASSERT_EQ(fake.processLauncher.started.size(), 1u);
     EXPECT_EQ(fake.processLauncher.started[0].first, "\"" + install("Setup.exe").string() + "\"");
     EXPECT_EQ(fake.processLauncher.started[0].second, ProcessLauncher::Show::Maximized);
-    EXPECT_NE(fs::status(install("Setup.exe")).permissions() & fs::perms::owner_exec, fs::perms::none);
     EXPECT_TRUE(view.ended);
     EXPECT_TRUE(u.ended());
     EXPECT_FALSE(view.timer) << "an ended program does not tick again";
@@ -215,6 +214,19 @@ TEST_F(ProgramUpdatesTest, APartOfAReleaseTheServerNoLongerHoldsIsReplacedByTheW
     downloader.file = release;
     u.CheckProgramUpdates("1");
     EXPECT_EQ(readFile(install("Setup.exe")), release);
+}
+
+TEST_F(ProgramUpdatesTest, APartTheServerCannotContinueIsDroppedAndTheNextCheckStartsOver) {
+    auto& u = updates();
+    writeFile(u.partialFile(), std::string(2000, 'x')); // longer than the release now offered
+    writeFile(fs::path(u.partialFile()) += ".validator", "\"v1\"\n");
+    u.CheckProgramUpdates("1");
+    EXPECT_EQ(downloader.requests.at(0).resumeFrom, 2000u);
+    EXPECT_FALSE(fs::exists(u.partialFile()));
+    EXPECT_TRUE(fake.processLauncher.started.empty());
+    u.CheckProgramUpdates("1");
+    EXPECT_EQ(downloader.requests.at(1).resumeFrom, 0u);
+    EXPECT_EQ(readFile(install("Setup.exe")), downloader.file);
 }
 
 struct SignatureCase {
