@@ -3,11 +3,14 @@
 # thread) against `curl -o` of the same file, run alternately in one session. Prints the
 # throughput ratio (station / curl, goal at least 0.8) and how far the station's resident memory
 # rose during the check (goal below 20 MB).
-# Usage: bench/update_vs_curl.sh BUILD_DIR [RUNS] [MEGABYTES]
+# With "signed" the release is signed and the station built with its key: the check then also
+# reads the whole installer once more to verify it (mapped, so its pages count as resident).
+# Usage: bench/update_vs_curl.sh BUILD_DIR [RUNS] [MEGABYTES] [signed]
 set -euo pipefail
 build=${1:?build folder}
 runs=${2:-5}
 megabytes=${3:-200}
+signed=${4:-}
 bin="$build/bin"
 work=$(mktemp -d /tmp/vorne-update-bench.XXXXXX)
 pids=()
@@ -19,8 +22,15 @@ trap cleanup EXIT
 
 head -c "$((megabytes << 20))" /dev/urandom >"$work/installer.bin"
 "$bin/devservice" seed --db "$work/service.db" --files "$work/files" >/dev/null
+sign=()
+public_key=
+if [[ "$signed" == signed ]]; then
+    openssl genpkey -algorithm ed25519 -out "$work/release.pem" 2>/dev/null
+    public_key=$(openssl pkey -in "$work/release.pem" -pubout -outform DER | tail -c 32 | base64)
+    sign=(--sign "$work/release.pem")
+fi
 "$bin/devservice" publish --db "$work/service.db" --files "$work/files" --version 99.99 \
-    --installer "$work/installer.bin" >/dev/null
+    --installer "$work/installer.bin" "${sign[@]}" >/dev/null
 rm "$work/installer.bin"
 "$bin/devservice" serve --port 0 --db "$work/service.db" --files "$work/files" >"$work/service.log" 2>&1 &
 pids+=($!)
@@ -31,7 +41,7 @@ done
 port=$(sed -n 's/.*listening on 127.0.0.1:\([0-9]*\).*/\1/p' "$work/service.log" | head -1)
 base="http://127.0.0.1:$port"
 "$bin/devservice" set-update --db "$work/service.db" "$base/rdp"
-export STATION_SERVICE_URL="$base/terminal2secure.asp" STATION_SERVER_LIST=127.0.0.1 STATION_UPDATE_PUBLIC_KEY=
+export STATION_SERVICE_URL="$base/terminal2secure.asp" STATION_SERVER_LIST=127.0.0.1 STATION_UPDATE_PUBLIC_KEY="$public_key"
 export QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES="qt.core.qobject.connect=false" XDG_RUNTIME_DIR="$work"
 
 station() {
@@ -62,7 +72,7 @@ done
 s_ms=$(awk '{print $1}' "$work/station" | median)
 c_ms=$(awk '{print $1}' "$work/curl" | median)
 growth=$(awk '{print $2}' "$work/station" | sort -n | tail -1)
-echo "update download of $megabytes MB over loopback, median of $runs runs each (station check includes its service request and description reads)"
+echo "update download of $megabytes MB over loopback${signed:+, signed and verified}, median of $runs runs each (station check includes its service request and description reads)"
 echo "  station: $s_ms ms   curl -o: $c_ms ms"
 awk -v s="$s_ms" -v c="$c_ms" 'BEGIN {printf "  throughput ratio station/curl: %.2f (goal >= 0.80)\n", c / s}'
 echo "  station resident memory growth during the check (largest of the runs): $growth MB (goal < 20 MB)"

@@ -24,6 +24,12 @@ struct UpdateFailure : std::runtime_error {
     using std::runtime_error::runtime_error;
 };
 
+/// Ports take UTF-8 texts, paths included.
+std::string utf8(const fs::path& path) {
+    const auto text = path.u8string();
+    return {text.begin(), text.end()};
+}
+
 std::string readFirstLine(const fs::path& path) {
     std::ifstream in(path, std::ios::binary);
     std::string line;
@@ -36,7 +42,7 @@ void writeBytes(const fs::path& path, const std::string& bytes) {
     out.write(bytes.data(), static_cast<std::streamsize>(bytes.size()));
     out.close();
     if (!out)
-        throw UpdateFailure("cannot write " + path.string());
+        throw UpdateFailure("cannot write " + utf8(path));
 }
 
 } // namespace
@@ -45,7 +51,8 @@ ProgramUpdates::ProgramUpdates(const ServiceClient& service, Ports& ports, Updat
     : m_service(service), m_ports(ports), m_view(view), m_setup(std::move(setup)) {}
 
 fs::path ProgramUpdates::installFolder() const {
-    return fs::path(m_setup.programFolder) / "_Install";
+    const auto& folder = m_setup.programFolder;
+    return (fs::path(std::u8string(folder.begin(), folder.end())) / "_Install").make_preferred();
 }
 
 fs::path ProgramUpdates::installFile(const std::string& literal) const {
@@ -111,7 +118,7 @@ bool ProgramUpdates::GetProgramUpdates() {
     std::error_code renamed;
     fs::rename(partialFile(), installFile("Setup.exe"), renamed);
     if (renamed)
-        throw UpdateFailure("cannot write " + installFile("Setup.exe").string());
+        throw UpdateFailure("cannot write " + utf8(installFile("Setup.exe")));
     fs::remove(fs::path(partialFile()) += ".validator", ignored);
     if (!installerTrusted(signature))
         return false;
@@ -126,8 +133,7 @@ bool ProgramUpdates::GetProgramUpdates() {
     // Where programs need the permission to run, the installer gets it; elsewhere this is no-op.
     fs::permissions(installFile("setup.exe"), fs::perms::owner_exec | fs::perms::group_exec | fs::perms::others_exec,
                     fs::perm_options::add, ignored);
-    if (!m_ports.processLauncher.start("\"" + installFile("setup.exe").string() + "\"",
-                                       ProcessLauncher::Show::Maximized))
+    if (!m_ports.processLauncher.start("\"" + utf8(installFile("setup.exe")) + "\"", ProcessLauncher::Show::Maximized))
         throw UpdateFailure("the installer could not be started");
     m_ended = true;
     m_view.endProgram();
@@ -143,7 +149,7 @@ bool ProgramUpdates::downloadInstaller(const std::string& url) {
     const auto validatorFile = fs::path(partial) += ".validator";
 
     // What an earlier try left is continued only when the server's validator for it is known.
-    FileDownloader::Request request{url, partial.string(), 0, {}};
+    FileDownloader::Request request{url, utf8(partial), 0, {}};
     if (fs::is_regular_file(partial, ignored) && fs::is_regular_file(validatorFile, ignored)) {
         request.ifRange = readFirstLine(validatorFile);
         const auto kept = fs::file_size(partial, ignored);
@@ -178,7 +184,7 @@ bool ProgramUpdates::installerTrusted(const std::string& signature) {
         if (!m_ports.signatures)
             reason = "its signature cannot be checked";
         else if (const auto check =
-                     m_ports.signatures->verifyFile(installFile("setup.exe").string(), signature, m_setup.publicKey);
+                     m_ports.signatures->verifyFile(utf8(installFile("setup.exe")), signature, m_setup.publicKey);
                  check.valid)
             return true;
         else

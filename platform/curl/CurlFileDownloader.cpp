@@ -39,6 +39,17 @@ bool startsWithNoCase(std::string_view text, std::string_view prefix) {
     return true;
 }
 
+/// The file at UTF-8 `path`, opened with the C library's `mode`.
+std::FILE* openFile(const std::string& path, const char* mode) {
+#ifdef _WIN32
+    const std::filesystem::path name(std::u8string(path.begin(), path.end()));
+    const std::wstring wideMode(mode, mode + std::char_traits<char>::length(mode));
+    return _wfopen(name.c_str(), wideMode.c_str());
+#else
+    return std::fopen(path.c_str(), mode);
+#endif
+}
+
 struct FileCloser {
     void operator()(std::FILE* f) const { std::fclose(f); }
 };
@@ -175,16 +186,17 @@ private:
         std::error_code ec;
         if (status == 206 && m_request.resumeFrom > 0 && m_rangeStart == static_cast<long long>(m_request.resumeFrom)) {
             // Cut what lies past the kept bytes (an earlier, longer try) before appending.
-            fs::resize_file(m_request.path, m_request.resumeFrom, ec);
+            fs::resize_file(fs::path(std::u8string(m_request.path.begin(), m_request.path.end())), m_request.resumeFrom,
+                            ec);
             if (ec) {
                 m_refusal = "the partial file cannot be continued: " + ec.message();
                 return false;
             }
-            m_file.reset(std::fopen(m_request.path.c_str(), "ab"));
+            m_file.reset(openFile(m_request.path, "ab"));
             m_mode = Mode::Append;
             m_written = m_request.resumeFrom;
         } else if (status == 200) {
-            m_file.reset(std::fopen(m_request.path.c_str(), "wb"));
+            m_file.reset(openFile(m_request.path, "wb"));
             m_mode = Mode::Write;
             m_written = 0;
         } else {
