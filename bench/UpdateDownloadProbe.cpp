@@ -12,11 +12,14 @@
 #include "tests/support/FakeStationView.h"
 
 #include <QApplication>
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <cstdio>
 #include <filesystem>
 #include <fstream>
 #include <string>
+#include <thread>
 #include <unistd.h>
 
 namespace {
@@ -55,13 +58,27 @@ int main(int argc, char** argv) {
     const std::string folder = std::string(argv[1]) + "/";
     station::StationController controller(probePorts, config, service, view, folder);
 
+    // The peak of the whole resident size comes from the kernel; how much of it was anonymous
+    // memory (heap, buffers) rather than pages of mapped files is sampled.
     const long before = statusKb("VmRSS");
+    const long anonBefore = statusKb("RssAnon");
+    std::atomic<bool> sampling{true};
+    std::atomic<long> anonPeak{anonBefore};
+    std::thread sampler([&] {
+        while (sampling) {
+            anonPeak = std::max(anonPeak.load(), statusKb("RssAnon"));
+            std::this_thread::sleep_for(std::chrono::milliseconds(5));
+        }
+    });
     const auto start = std::chrono::steady_clock::now();
     controller.tick();
     const auto ms = std::chrono::duration<double, std::milli>(std::chrono::steady_clock::now() - start).count();
+    sampling = false;
+    sampler.join();
     std::error_code ec;
     const auto bytes = std::filesystem::file_size(std::filesystem::path(folder) / "_Install" / "Setup.exe", ec);
-    std::printf("ms=%.1f bytes=%llu rss_before_kb=%ld rss_peak_kb=%ld started=%zu\n", ms,
-                static_cast<unsigned long long>(ec ? 0 : bytes), before, statusKb("VmHWM"), launcher.started.size());
+    std::printf("ms=%.1f bytes=%llu rss_before_kb=%ld rss_peak_kb=%ld anon_growth_kb=%ld started=%zu\n", ms,
+                static_cast<unsigned long long>(ec ? 0 : bytes), before, statusKb("VmHWM"), anonPeak - anonBefore,
+                launcher.started.size());
     return view.ended ? 0 : 1;
 }

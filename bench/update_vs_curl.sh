@@ -47,9 +47,9 @@ export QT_QPA_PLATFORM=offscreen QT_LOGGING_RULES="qt.core.qobject.connect=false
 station() {
     rm -rf "$work/program" && mkdir -p "$work/program"
     "$bin/update_download_probe" "$work/program" >"$work/probe.out"
-    read -r ms bytes before peak < <(sed -n 's/ms=\([0-9.]*\) bytes=\([0-9]*\) rss_before_kb=\([0-9]*\) rss_peak_kb=\([0-9]*\).*/\1 \2 \3 \4/p' "$work/probe.out")
+    read -r ms bytes before peak anon < <(sed -n 's/ms=\([0-9.]*\) bytes=\([0-9]*\) rss_before_kb=\([0-9]*\) rss_peak_kb=\([0-9]*\) anon_growth_kb=\([0-9-]*\).*/\1 \2 \3 \4 \5/p' "$work/probe.out")
     [[ "$bytes" == "$((megabytes << 20))" ]] || { echo "station wrote $bytes bytes" >&2; exit 1; }
-    echo "$ms $(((peak - before) / 1024))"
+    echo "$ms $(((peak - before) / 1024)) $((anon / 1024))"
 }
 curl_run() {
     rm -f "$work/curl.bin"
@@ -72,7 +72,9 @@ done
 s_ms=$(awk '{print $1}' "$work/station" | median)
 c_ms=$(awk '{print $1}' "$work/curl" | median)
 growth=$(awk '{print $2}' "$work/station" | sort -n | tail -1)
+anon=$(awk '{print $3}' "$work/station" | sort -n | tail -1)
 echo "update download of $megabytes MB over loopback${signed:+, signed and verified}, median of $runs runs each (station check includes its service request and description reads)"
 echo "  station: $s_ms ms   curl -o: $c_ms ms"
 awk -v s="$s_ms" -v c="$c_ms" 'BEGIN {printf "  throughput ratio station/curl: %.2f (goal >= 0.80)\n", c / s}'
 echo "  station resident memory growth during the check (largest of the runs): $growth MB (goal < 20 MB)"
+echo "    of it anonymous memory (heap, buffers; the rest is pages of the mapped installer): $anon MB"
