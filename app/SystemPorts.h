@@ -47,6 +47,10 @@ private:
                                        limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
     std::unique_ptr<MicrReader> m_micrReader = makeMicrReader();
+    // Program updates: the installer goes to disk off the UI thread, its signature is checked
+    // there too.
+    OffThreadFileDownloader m_downloader{makeFileDownloader(), *m_waiter, limits::downloadCap + limits::overrun};
+    OffThreadSignatureVerifier m_signatures{makeSignatureVerifier(), *m_waiter, limits::verify};
     Ports m_ports;
 };
 

@@ -57,6 +57,16 @@ private:
     std::size_t m_count = 0;
 };
 
+/// The sign-on values the operator enters or loads from a connection file (UTF-8, as typed).
+struct ConnectionSettings {
+    std::string userName;
+    std::string password;
+    std::string hostAddress;
+    std::string domain;
+    std::string stationNumber;
+    std::string filePath; ///< the connection file last loaded or saved; empty until then
+};
+
 struct StationState {
     std::string stationId;
     StoreTable stores;
@@ -72,6 +82,8 @@ struct StationState {
     WindowHandle clientWindow = 0;
     /// Host of the last connection: the device window looks for the client window by it.
     std::string loginHost;
+
+    ConnectionSettings connection;
 };
 
 } // namespace station

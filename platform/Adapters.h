@@ -7,6 +7,7 @@
 
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <functional>
 #include <memory>
 #include <string>
@@ -30,6 +31,10 @@ struct HttpLimits {
 };
 
 std::unique_ptr<HttpClient> makeHttpClient(HttpLimits limits = {});
+/// Downloads to disk with the connect, stall and cap bounds of `limits` and at most `maxBytes`.
+std::unique_ptr<FileDownloader> makeFileDownloader(HttpLimits limits = {},
+                                                   std::uint64_t maxBytes = limits::maxInstaller);
+std::unique_ptr<SignatureVerifier> makeSignatureVerifier();
 std::unique_ptr<NetworkAdapters> makeNetworkAdapters();
 /// `name` tells programs apart; one guard per user session.
 std::unique_ptr<SingleInstance> makeSingleInstance(const std::string& name);

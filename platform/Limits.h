@@ -3,6 +3,7 @@
 // adapters comes from here, so the figures can be read and changed in one place.
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 
 namespace station::limits {
 
@@ -30,6 +31,13 @@ inline constexpr std::size_t maxReply = 4u << 20;
 
 /// The largest download kept in memory (a report, a receipt, a label, an update file).
 inline constexpr std::size_t maxDownload = 256u << 20;
+
+/// The largest program update installer taken to disk. Far above any real release; a server
+/// that sends more is not sending an installer.
+inline constexpr std::uint64_t maxInstaller = 1ull << 30;
+
+/// Checking the signature of a downloaded installer (it reads the whole file).
+inline constexpr std::chrono::milliseconds verify = 60s;
 
 /// Each request to the print spooler, from sending it to the end of its answer.
 inline constexpr std::chrono::milliseconds spoolerAnswer = 10s;

@@ -258,6 +258,109 @@ HttpClient::Response OffThreadHttpClient::get(const std::string& url, const Basi
     }
 }
 
+// ---- OffThreadFileDownloader
+
+OffThreadFileDownloader::OffThreadFileDownloader(std::shared_ptr<FileDownloader> inner, Waiter& waiter,
+                                                 std::chrono::milliseconds limit)
+    : m_inner(std::move(inner)), m_waiter(waiter), m_limit(limit),
+      m_running(std::make_shared<OffThreadHttpClient::Counter>()) {}
+
+int OffThreadFileDownloader::running() const {
+    return m_running->running.load();
+}
+
+FileDownloader::Result OffThreadFileDownloader::download(const Request& request, const Progress& progress) {
+    struct Moving {
+        std::mutex mutex;
+        std::uint64_t received = 0;
+        std::uint64_t total = 0;
+        bool fresh = false;
+        std::atomic<bool> cancelled{false};
+    };
+    auto moving = std::make_shared<Moving>();
+    auto box = std::make_shared<CallResult<Result>>();
+    auto done = std::make_shared<Completion>();
+    auto call = [inner = m_inner, running = std::make_shared<const Running>(m_running), request, moving,
+                 relay = static_cast<bool>(progress)] {
+        Progress onThread;
+        if (relay)
+            onThread = [moving](std::uint64_t received, std::uint64_t total) {
+                if (moving->cancelled)
+                    throw std::runtime_error("the download was cancelled");
+                std::lock_guard lock(moving->mutex);
+                moving->received = received;
+                moving->total = total;
+                moving->fresh = true;
+            };
+        return inner->download(request, onThread);
+    };
+    const auto failure = [](std::string why) {
+        Result result;
+        result.error = std::move(why);
+        return result;
+    };
+    if (!startThread(CallResult<Result>::into(box, std::move(call)), done))
+        return failure("cannot start a transfer");
+
+    const auto deliver = [&] {
+        std::uint64_t received = 0, total = 0;
+        {
+            std::lock_guard lock(moving->mutex);
+            if (!moving->fresh)
+                return;
+            moving->fresh = false;
+            received = moving->received;
+            total = moving->total;
+        }
+        try {
+            progress(received, total);
+        } catch (...) {
+            moving->cancelled = true;
+            throw;
+        }
+    };
+    using namespace std::chrono_literals;
+    const auto slice = progress ? std::chrono::milliseconds(100) : m_limit;
+    const auto deadline = std::chrono::steady_clock::now() + m_limit;
+    for (;;) {
+        const auto left =
+            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+        if (left <= 0ms) {
+            // The thread may still write to the file: stop it at its next piece.
+            moving->cancelled = true;
+            return failure("the download did not end within " + seconds(m_limit));
+        }
+        const bool finished = m_waiter.wait(*done, std::min(slice, left));
+        if (progress)
+            deliver();
+        if (finished)
+            return box->take();
+    }
+}
+
+// ---- OffThreadSignatureVerifier
+
+OffThreadSignatureVerifier::OffThreadSignatureVerifier(std::shared_ptr<SignatureVerifier> inner, Waiter& waiter,
+                                                       std::chrono::milliseconds limit)
+    : m_inner(std::move(inner)), m_limit(limit), m_worker(waiter) {}
+
+SignatureVerifier::Result OffThreadSignatureVerifier::verifyFile(const std::string& path,
+                                                                 const std::string& signatureBase64,
+                                                                 const std::string& publicKeyBase64) {
+    auto box = std::make_shared<CallResult<Result>>();
+    const auto outcome =
+        m_worker.run(CallResult<Result>::into(box,
+                                              [inner = m_inner, path, signatureBase64, publicKeyBase64] {
+                                                  return inner->verifyFile(path, signatureBase64, publicKeyBase64);
+                                              }),
+                     m_limit);
+    if (outcome == Handover::Busy)
+        return {false, "an earlier signature check still runs"};
+    if (outcome == Handover::TimedOut)
+        return {false, "the signature check did not end within " + seconds(m_limit)};
+    return box->take();
+}
+
 // ---- OffThreadSpooler
 
 OffThreadSpooler::OffThreadSpooler(std::shared_ptr<Spooler> inner, Waiter& waiter, std::chrono::milliseconds limit)

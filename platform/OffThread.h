@@ -6,7 +6,9 @@
 // adapter is shared), so a call that is given up on after its limit runs to its end without
 // touching the caller's memory. While such a call still runs, a worker that must serialise its
 // calls refuses new ones at once with a clear reason rather than queueing them behind it.
+#include "platform/FileDownloader.h"
 #include "platform/HttpClient.h"
+#include "platform/SignatureVerifier.h"
 #include "platform/Spooler.h"
 #include "platform/TextPrinter.h"
 #include "platform/Waiter.h"
@@ -105,6 +107,40 @@ private:
     Waiter& m_waiter;
     Bounds m_bounds;
     std::shared_ptr<Counter> m_running;
+};
+
+/// FileDownloader whose downloads each run on a thread of their own while the caller waits, the
+/// window alive. Progress reaches the caller's callback on the caller's thread; an exception from
+/// that callback ends the download and reaches the caller. The wrapped downloader bounds itself;
+/// `limit` catches an overrun.
+class OffThreadFileDownloader final : public FileDownloader {
+public:
+    OffThreadFileDownloader(std::shared_ptr<FileDownloader> inner, Waiter& waiter, std::chrono::milliseconds limit);
+    Result download(const Request& request, const Progress& progress = {}) override;
+    /// Downloads whose threads have not ended yet.
+    int running() const;
+
+private:
+    std::shared_ptr<FileDownloader> m_inner;
+    Waiter& m_waiter;
+    std::chrono::milliseconds m_limit;
+    std::shared_ptr<OffThreadHttpClient::Counter> m_running;
+};
+
+/// SignatureVerifier whose checks (a whole installer is read) run on a worker while the caller
+/// waits, each within `limit`; one that does not end in time is not valid.
+class OffThreadSignatureVerifier final : public SignatureVerifier {
+public:
+    OffThreadSignatureVerifier(std::shared_ptr<SignatureVerifier> inner, Waiter& waiter,
+                               std::chrono::milliseconds limit);
+    Result verifyFile(const std::string& path, const std::string& signatureBase64,
+                      const std::string& publicKeyBase64) override;
+    bool busy() const { return m_worker.busy(); }
+
+private:
+    std::shared_ptr<SignatureVerifier> m_inner;
+    std::chrono::milliseconds m_limit;
+    SerialWorker m_worker;
 };
 
 /// Spooler whose calls run on a worker of their own, each bounded by `limit`. A call that does

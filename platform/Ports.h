@@ -3,12 +3,14 @@
 #include "platform/ClientWindows.h"
 #include "platform/Clock.h"
 #include "platform/Dialogs.h"
+#include "platform/FileDownloader.h"
 #include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
 #include "platform/MicrReader.h"
 #include "platform/NetworkAdapters.h"
 #include "platform/ProcessLauncher.h"
 #include "platform/SharedLibraries.h"
+#include "platform/SignatureVerifier.h"
 #include "platform/SingleInstance.h"
 #include "platform/Spooler.h"
 #include "platform/TextPrinter.h"
@@ -33,6 +35,9 @@ struct Ports {
     TextPrinter& textPrinter;
     SharedLibraries& libraries;
     MicrReader& micrReader;
+    // Program updates. A bundle without them (most test rigs) never downloads an update.
+    FileDownloader* downloader = nullptr;
+    SignatureVerifier* signatures = nullptr;
 };
 
 } // namespace station

@@ -20,6 +20,7 @@ StationConfig StationConfig::resolve(const Lookup& lookup) {
     c.backofficeHost = pick("STATION_BACKOFFICE_HOST", build::backofficeHost);
     c.serverList = pick("STATION_SERVER_LIST", build::serverList);
     c.codec = pick("STATION_CODEC", build::codec);
+    c.updatePublicKey = pick("STATION_UPDATE_PUBLIC_KEY", build::updatePublicKey);
     // A rig value that is not a positive number keeps the real interval.
     auto rigMs = [&](const char* name, int& target) {
         if (auto value = lookup(name)) {

@@ -1,11 +1,13 @@
 #include "shell/StationController.h"
 
+#include "BuildConfig.h"
 #include "config/SettingsSync.h"
 #include "core/ProgramVersion.h"
 #include "core/Text.h"
 #include "shell/ClientSession.h"
 #include "shell/ConsoleFonts.h"
 #include "shell/StoreList.h"
+#include "update/UpdateRules.h"
 
 #include <chrono>
 #include <exception>
@@ -25,7 +27,9 @@ StationController::StationController(Ports& ports, const StationConfig& config, 
       m_channel(m_state, ports.hostSocket, ports.dialogs, ports.yield, view,
                 [this](const std::string& storeId, const std::string& reportName) {
                     m_printing.printReport(storeId, reportName, [this] { return m_state.settings.device("prt2"); });
-                }) {}
+                }),
+      m_updates(service, ports, m_updateWindow,
+                {m_programFolder, versionText(build::versionMajor, build::versionMinor), m_config.updatePublicKey}) {}
 
 bool StationController::load() {
     if (!m_ports.singleInstance.acquire()) {
@@ -104,6 +108,9 @@ void StationController::tick() {
         // Off while the long jobs run, so ticks do not pile up behind them.
         m_view.setTimerEnabled(false);
         storeMaintenancePoll();
+        m_updates.CheckProgramUpdates(m_state.stationId);
+        if (m_updates.ended())
+            return;
         m_view.setTimerEnabled(true);
         m_ticks.periodicJobsDone();
     }

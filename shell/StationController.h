@@ -10,6 +10,7 @@
 #include "service/ServiceClient.h"
 #include "shell/StationView.h"
 #include "shell/TickCounter.h"
+#include "update/ProgramUpdates.h"
 
 #include <string>
 
@@ -74,6 +75,26 @@ private:
     TickCounter m_ticks;
     DocumentPrinting m_printing;
     HostChannel m_channel;
+
+    /// The main window as program updates see it.
+    class UpdateWindow final : public UpdateView {
+    public:
+        explicit UpdateWindow(StationView& view) : m_view(view) {}
+        void setTimerEnabled(bool enabled) override { m_view.setTimerEnabled(enabled); }
+        void setStatus(const std::string& text) override { m_view.setPanel(StationView::Panel::Message, text); }
+        void setFirstButtonEnabled(bool enabled) override { m_view.setConnectEnabled(enabled); }
+        void showProgress() override { m_view.showProgress(); }
+        bool progressVisible() const override { return m_view.progressVisible(); }
+        void setProgress(float minimum, float maximum, float value) override {
+            m_view.setProgress(minimum, maximum, value);
+        }
+        void endProgram() override { m_view.endProgram(); }
+
+    private:
+        StationView& m_view;
+    };
+    UpdateWindow m_updateWindow{m_view};
+    ProgramUpdates m_updates;
 };
 
 } // namespace station

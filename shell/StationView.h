@@ -58,6 +58,13 @@ public:
     virtual void openAbout() = 0;
     /// The device assignment window, modal: returns when it is closed.
     virtual void runPrinterSetup() = 0;
+
+    // Program updates.
+    virtual void showProgress() = 0;
+    virtual bool progressVisible() const = 0;
+    virtual void setProgress(float minimum, float maximum, float value) = 0;
+    /// Unloads the window and ends the program at once.
+    virtual void endProgram() = 0;
 };
 
 } // namespace station

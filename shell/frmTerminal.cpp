@@ -2,6 +2,7 @@
 
 #include "about/frmAbout.h"
 #include "config/frmPrinters.h"
+#include "connection/frmGetInfo.h"
 #include "helpdesk/frmHelpdesk.h"
 #include "host/frmDisplayPole.h"
 #include "platform/SerialPortNames.h"
@@ -18,6 +19,7 @@
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
+#include <QShortcut>
 #include <QStatusBar>
 #include <QStyle>
 #include <QSystemTrayIcon>
@@ -64,9 +66,13 @@ constexpr ToolbarButton toolbarButtons[] = {
 } // namespace
 
 frmTerminal::frmTerminal(Ports& ports, const StationConfig& config, const ServiceClient& service, QWidget* parent)
-    : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()) {
+    : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()), m_ports(ports) {
     setObjectName(QStringLiteral("frmTerminal"));
     buildControls();
+    // The toolbar and tray menus stay as the users know them; the sign-on window has a key.
+    auto* getInfo = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), this);
+    getInfo->setObjectName(QStringLiteral("GetInfoShortcut"));
+    connect(getInfo, &QShortcut::activated, this, &frmTerminal::openGetInfo);
     Timer1->setInterval(config.tickMs);
 }
 
@@ -450,6 +456,36 @@ void frmTerminal::openAbout() {
     if (!m_about)
         m_about = new frmAbout(state(), this);
     m_about->show();
+}
+
+void frmTerminal::openGetInfo() {
+    if (!m_getInfo)
+        m_getInfo = new frmGetInfo(m_ports.dialogs, state().connection, programFolder(), this);
+    m_getInfo->show();
+    m_getInfo->raise();
+}
+
+void frmTerminal::showProgress() {
+    ProgressBar1->setVisible(true);
+}
+
+bool frmTerminal::progressVisible() const {
+    return !ProgressBar1->isHidden(); // its own setting, whether or not the window is shown
+}
+
+void frmTerminal::setProgress(float minimum, float maximum, float value) {
+    // The bar counts in int: large files are shown in kilobytes.
+    const double scale = maximum > 2.0e9F ? 1024.0 : 1.0;
+    ProgressBar1->setRange(static_cast<int>(minimum / scale), static_cast<int>(maximum / scale));
+    ProgressBar1->setValue(static_cast<int>(value / scale));
+}
+
+void frmTerminal::endProgram() {
+    m_unloading = true;
+    Timer1->stop();
+    cSysTray1->hide();
+    close();
+    QCoreApplication::exit(0);
 }
 
 void frmTerminal::runPrinterSetup() {

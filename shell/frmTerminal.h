@@ -23,6 +23,7 @@ class QTreeWidgetItem;
 namespace station {
 
 class frmAbout;
+class frmGetInfo;
 class frmDisplayPole;
 class frmHelpdesk;
 class frmUploader;
@@ -55,6 +56,8 @@ public:
     void doAbout() { m_controller.doAbout(); }
     void doReports() { m_controller.doReports(); }
     void SortListView(int column);
+    /// "Get External Data": the sign-on values and connection files (Ctrl+G on this window).
+    void openGetInfo();
 
     // Controls, named as the rest of the station knows them.
     QTreeWidget* ListView1 = nullptr;
@@ -108,6 +111,10 @@ private:
     void openHelpdesk() override;
     void openAbout() override;
     void runPrinterSetup() override;
+    void showProgress() override;
+    bool progressVisible() const override;
+    void setProgress(float minimum, float maximum, float value) override;
+    void endProgram() override;
 
     StationController m_controller;
     ListSort m_sort;
@@ -118,6 +125,8 @@ private:
     QPointer<frmAbout> m_about;
     QPointer<frmUploader> m_uploader;
     QPointer<frmDisplayPole> m_pole;
+    QPointer<frmGetInfo> m_getInfo;
+    Ports& m_ports;
 };
 
 } // namespace station

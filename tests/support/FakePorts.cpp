@@ -1,6 +1,8 @@
 #include "tests/support/FakePorts.h"
 
+#include <algorithm>
 #include <fstream>
+#include <iterator>
 
 namespace station::test {
 
@@ -19,6 +21,54 @@ HttpClient::Response FakeHttp::post(const std::string& url, const std::string& c
 HttpClient::Response FakeHttp::get(const std::string& url, const BasicAuth*, const Progress&) {
     calls.push_back({"GET", url, {}, {}});
     return handler ? handler(calls.back()) : ok({});
+}
+
+FileDownloader::Result FakeDownloader::download(const Request& request, const Progress& progress) {
+    requests.push_back(request);
+    Result result;
+    if (refuse) {
+        result.error = "connection refused";
+        result.size = request.resumeFrom;
+        return result;
+    }
+    result.validator = validator;
+    if (request.resumeFrom >= file.size() && request.resumeFrom > 0 && request.ifRange == validator) {
+        result.status = 416; // nothing left to send from there
+        result.error = "HTTP 416";
+        result.size = request.resumeFrom;
+        return result;
+    }
+    const bool rest = request.resumeFrom > 0 && request.ifRange == validator && request.resumeFrom <= file.size();
+    const std::uint64_t from = rest ? request.resumeFrom : 0;
+    const std::uint64_t to = breakAt ? std::min<std::uint64_t>(*breakAt, file.size()) : file.size();
+    std::fstream out(request.path,
+                     std::ios::binary | std::ios::in | std::ios::out | (rest ? std::ios::ate : std::ios::trunc));
+    if (!out.is_open())
+        out.open(request.path, std::ios::binary | std::ios::out | std::ios::trunc);
+    if (rest)
+        out.seekp(static_cast<std::streamoff>(from));
+    if (to > from)
+        out.write(file.data() + from, static_cast<std::streamsize>(to - from));
+    out.close();
+    result.status = rest ? 206 : 200;
+    result.resumed = rest;
+    result.size = std::max(from, to);
+    if (progress)
+        progress(result.size, file.size());
+    result.ok = result.size == file.size();
+    if (!result.ok)
+        result.error = "transfer closed with outstanding read data remaining";
+    return result;
+}
+
+SignatureVerifier::Result FakeSignatures::verifyFile(const std::string& path, const std::string& signature,
+                                                     const std::string& publicKey) {
+    std::ifstream in(path, std::ios::binary);
+    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
+    calls.push_back({path, signature, publicKey, bytes});
+    if (signature == good && publicKey == key)
+        return {true, {}};
+    return {false, "the signature does not match the installer"};
 }
 
 std::vector<std::string> FakeHttp::bodies() const {

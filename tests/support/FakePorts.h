@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -250,6 +251,30 @@ public:
     /// The reader has read a card (tracks) or a check (micr, image).
     void complete() { completeHandler(); }
     void fail(const std::string& reason) { faultHandler(reason); }
+};
+
+/// A server's file fetched to disk: the whole file or, asked for the rest under the current
+/// validator, the rest appended; optionally broken off after a number of bytes of the file.
+class FakeDownloader : public FileDownloader {
+public:
+    std::string file;                     ///< what the server holds
+    std::string validator = "\"v1\"";     ///< its ETag
+    std::optional<std::uint64_t> breakAt; ///< the transfer fails once the file has this many bytes
+    bool refuse = false;                  ///< no answer at all
+    std::vector<Request> requests;
+    Result download(const Request& request, const Progress& progress) override;
+};
+
+/// Signatures that verify when they are `good` under key `key`; records what it was asked.
+class FakeSignatures : public SignatureVerifier {
+public:
+    std::string good = "R29vZA==";
+    std::string key;
+    struct Call {
+        std::string path, signature, key, fileBytes;
+    };
+    std::vector<Call> calls;
+    Result verifyFile(const std::string& path, const std::string& signature, const std::string& publicKey) override;
 };
 
 /// One of each fake, with the Ports view over them.

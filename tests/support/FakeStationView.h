@@ -89,6 +89,18 @@ public:
         if (whilePrinterSetupOpen)
             whilePrinterSetupOpen();
     }
+
+    // Program updates.
+    bool progressShown = false;
+    float progressMaximum = 0, progressValue = 0;
+    bool ended = false;
+    void showProgress() override { progressShown = true; }
+    bool progressVisible() const override { return progressShown; }
+    void setProgress(float, float maximum, float value) override {
+        progressMaximum = maximum;
+        progressValue = value;
+    }
+    void endProgram() override { ended = true; }
 };
 
 } // namespace station::test

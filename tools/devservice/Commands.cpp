@@ -3,6 +3,7 @@
 #include "tools/devservice/Database.h"
 #include "tools/devservice/DemoData.h"
 #include "tools/devservice/HttpServer.h"
+#include "tools/devservice/Releases.h"
 #include "tools/devservice/WireText.h"
 
 #include <algorithm>
@@ -33,6 +34,11 @@ constexpr const char* usage = R"(usage:
   devservice alerts --db FILE
   devservice versions --db FILE
   devservice requests --db FILE [--key KEY]
+  devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.pem]
+                                                          (a release under rdp/; signed with an
+                                                          Ed25519 private key when --sign is given)
+  devservice cut-download --db FILE BYTES                 (the next update download breaks off
+                                                          after BYTES bytes, once)
 )";
 
 constexpr int exitOk = 0;
@@ -76,8 +82,9 @@ struct Arguments {
 };
 
 Arguments parse(const std::vector<std::string>& args) {
-    static const std::vector<std::string> valued = {"--port",    "--db",     "--files", "--bind",
-                                                    "--station", "--stores", "--key"};
+    static const std::vector<std::string> valued = {"--port",      "--db",     "--files", "--bind",
+                                                    "--station",   "--stores", "--key",   "--version",
+                                                    "--installer", "--readme", "--sign"};
     if (args.empty())
         throw UsageError("no command");
     Arguments parsed;
@@ -248,6 +255,22 @@ int dispatch(const Arguments& a, std::ostream& out, std::ostream& err, const std
     if (c == "set-update") {
         a.expectPositional(1);
         openDatabase(a)->setUpdateBase(a.station().value_or(""), a.positional[0]);
+        return exitOk;
+    }
+    if (c == "publish") {
+        a.expectPositional(0);
+        Release release{a.required("--version"), a.required("--installer"), std::nullopt, std::nullopt};
+        if (const auto readMe = a.option("--readme"))
+            release.readMe = *readMe;
+        if (const auto key = a.option("--sign"))
+            release.signingKey = *key;
+        publishRelease(filesFolder(a), release);
+        out << "release " << release.version << (release.signingKey ? " (signed)" : "") << " published\n";
+        return exitOk;
+    }
+    if (c == "cut-download") {
+        a.expectPositional(1);
+        cutNextDownload(filesFolder(a), static_cast<std::uint64_t>(toNumber(a.positional[0], "BYTES", 1, 1 << 30)));
         return exitOk;
     }
     if (c == "set-reply") {

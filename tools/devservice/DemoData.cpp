@@ -92,12 +92,14 @@ void writeSampleFiles(const std::filesystem::path& filesRoot) {
     // "{server}" is replaced by this service's own address when the file is served, so the
     // read-me address works whatever port the service was given. 2.01 is the running release:
     // a demo station does not update itself.
+    // The installer is a script that notes beside itself that it ran; `publish` with a higher
+    // version makes the demo station take it.
+    const std::string installer =
+        "#!/bin/sh\necho \"installer ran $(date)\" >> \"$(dirname \"$0\")/installer-ran.txt\"\n";
     writeFile(filesRoot / "rdp" / "rdpupdate.ini",
-              "[Update]\r\nVersion =2.01\r\nReadMe={server}/rdp/readme.txt\r\nSize=64\r\n");
+              "[Update]\r\nVersion =2.01\r\nReadMe={server}/rdp/readme.txt\r\nSize=" +
+                  std::to_string(installer.size()) + "\r\n");
     writeFile(filesRoot / "rdp" / "readme.txt", "VORNE Terminal release notes\r\n");
-    std::string installer = "MZ";
-    for (int b = 0; b < 62; ++b)
-        installer += static_cast<char>(b * 4);
     writeFile(filesRoot / "rdp" / "setup.exe", installer);
 }
 

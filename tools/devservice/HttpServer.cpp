@@ -2,8 +2,12 @@
 
 #include "tools/devservice/FileAccess.h"
 #include "tools/devservice/HttplibIncludes.h"
+#include "tools/devservice/Releases.h"
 
+#include <algorithm>
+#include <fstream>
 #include <iostream>
+#include <memory>
 #include <thread>
 
 namespace devservice {
@@ -37,6 +41,52 @@ bool sendFile(httplib::Response& res, const std::optional<std::filesystem::path>
 }
 
 } // namespace
+
+void HttpServer::streamFile(const httplib::Request& req, httplib::Response& res,
+                            const std::optional<std::filesystem::path>& path) {
+    std::error_code ec;
+    if (!path || !std::filesystem::is_regular_file(*path, ec)) {
+        res.status = path ? 404 : 403;
+        res.set_content(path ? "not found" : "refused", "text/plain");
+        return;
+    }
+    const auto size = std::filesystem::file_size(*path, ec);
+    const auto tag = entityTag(*path);
+    res.set_header("ETag", tag);
+    res.set_header("Accept-Ranges", "bytes");
+    // The server cuts a single range out of the body itself. A range guarded by a validator that
+    // no longer matches, or one past the end, must not be cut: the request is ours to change
+    // (the library hands a reference to its own object).
+    auto& ranges = const_cast<httplib::Request&>(req).ranges;
+    const auto ifRange = req.get_header_value("If-Range");
+    if (ranges.size() != 1 || (!ifRange.empty() && ifRange != tag)) {
+        ranges.clear();
+    } else if (ranges[0].first >= static_cast<long long>(size)) {
+        ranges.clear();
+        res.status = 416;
+        res.set_header("Content-Range", "bytes */" + std::to_string(size));
+        return;
+    }
+    const auto cut = takeDownloadCut(m_filesRoot);
+    auto file = std::make_shared<std::ifstream>(*path, std::ios::binary);
+    auto sent = std::make_shared<std::uint64_t>(0);
+    res.set_content_provider(size, "application/octet-stream",
+                             [file, sent, cut](std::size_t offset, std::size_t length, httplib::DataSink& sink) {
+                                 if (cut && *sent >= *cut)
+                                     return false; // the connection closes in the middle of the body
+                                 std::size_t piece = std::min<std::size_t>(length, 256 * 1024);
+                                 if (cut)
+                                     piece = static_cast<std::size_t>(std::min<std::uint64_t>(piece, *cut - *sent));
+                                 std::string buffer(piece, '\0');
+                                 file->clear();
+                                 file->seekg(static_cast<std::streamoff>(offset));
+                                 file->read(buffer.data(), static_cast<std::streamsize>(piece));
+                                 if (file->gcount() <= 0)
+                                     return false;
+                                 *sent += static_cast<std::uint64_t>(file->gcount());
+                                 return sink.write(buffer.data(), static_cast<std::size_t>(file->gcount()));
+                             });
+}
 
 HttpServer::HttpServer(Database& db, std::filesystem::path filesRoot)
     : m_db(db), m_handlers(db), m_filesRoot(std::move(filesRoot)), m_server(std::make_unique<httplib::Server>()) {
@@ -76,11 +126,15 @@ void HttpServer::setUpRoutes() {
         const std::string name = req.matches[1].str();
         // The description file names the read-me by full address; "{server}" lets a file written
         // before the port was known point back at this service.
-        if (sendFile(res, resolveInside(m_filesRoot / "rdp", name)) && name == "rdpupdate.ini") {
-            std::string text = res.body;
-            replaceAll(text, "{server}", "http://" + req.get_header_value("Host"));
-            res.set_content(text, "text/plain");
+        if (name == "rdpupdate.ini") {
+            if (sendFile(res, resolveInside(m_filesRoot / "rdp", name))) {
+                std::string text = res.body;
+                replaceAll(text, "{server}", "http://" + req.get_header_value("Host"));
+                res.set_content(text, "text/plain");
+            }
+            return;
         }
+        streamFile(req, res, resolveInside(m_filesRoot / "rdp", name));
     });
 
     // Logged after routing but before the reply is written, so a client that has its answer can

@@ -7,11 +7,14 @@
 #include <chrono>
 #include <filesystem>
 #include <memory>
+#include <optional>
 #include <string>
 
 namespace httplib {
 class Server;
-}
+struct Request;
+struct Response;
+} // namespace httplib
 
 namespace devservice {
 
@@ -38,6 +41,9 @@ public:
 
 private:
     void setUpRoutes();
+    /// A file of the update area, read as it is sent, with its validator and single ranges.
+    void streamFile(const httplib::Request& req, httplib::Response& res,
+                    const std::optional<std::filesystem::path>& path);
 
     Database& m_db;
     Handlers m_handlers;

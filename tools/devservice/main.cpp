@@ -16,6 +16,12 @@
 //   devservice stores|settings --db FILE [--station ID]
 //   devservice tickets|alerts|versions --db FILE
 //   devservice requests --db FILE [--key KEY]            every logged request, in arrival order
+//   devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.pem]
+//                                                        a release under rdp/, signed with the
+//                                                        Ed25519 key when given; served with an
+//                                                        ETag and single ranges (If-Range)
+//   devservice cut-download --db FILE BYTES              the next update download breaks off
+//                                                        after BYTES bytes (tests of resuming)
 //
 // Admin commands work on the database while a server runs on it. Listings print one record per
 // line, columns separated by tabs, with tab, CR, LF and backslash written as \t \r \n \\.

@@ -2,6 +2,7 @@
 #include "tools/devservice/HttpServer.h"
 #include "tools/devservice/DemoData.h"
 #include "tools/devservice/HttplibIncludes.h"
+#include "tools/devservice/Releases.h"
 
 #include "TempFolder.h"
 
@@ -139,6 +140,42 @@ TEST_F(HttpServerTest, UpdateFilesAreServedAndTheDescriptionNamesThisServer) {
     std::filesystem::remove(folder.path() / "files/rdp/setup.exe");
     EXPECT_EQ(c.Get("/rdp/setup.exe")->status, 404);
     EXPECT_EQ(c.Get("/elsewhere")->status, 404);
+}
+
+// A download continued with a range gets the rest only while the file is the one its validator
+// names; a published release replaces the file and its validator.
+TEST_F(HttpServerTest, UpdateFilesAnswerRangesUnderTheirValidator) {
+    std::string installer(100000, '\0');
+    for (std::size_t i = 0; i < installer.size(); ++i)
+        installer[i] = static_cast<char>(i % 253);
+    std::ofstream(folder.path() / "installer.bin", std::ios::binary) << installer;
+    publishRelease(folder.path() / "files", {"2.02", folder.path() / "installer.bin", std::nullopt, std::nullopt});
+
+    auto c = client();
+    const auto whole = c.Get("/rdp/setup.exe");
+    ASSERT_TRUE(whole);
+    const auto tag = whole->get_header_value("ETag");
+    ASSERT_FALSE(tag.empty());
+    EXPECT_EQ(whole->body, installer);
+
+    const auto rest = c.Get("/rdp/setup.exe", {{"Range", "bytes=60000-"}, {"If-Range", tag}});
+    ASSERT_TRUE(rest);
+    EXPECT_EQ(rest->status, 206);
+    EXPECT_EQ(rest->get_header_value("Content-Range"), "bytes 60000-99999/100000");
+    EXPECT_EQ(rest->body, installer.substr(60000));
+
+    const auto other = c.Get("/rdp/setup.exe", {{"Range", "bytes=60000-"}, {"If-Range", "\"elsewhere\""}});
+    ASSERT_TRUE(other);
+    EXPECT_EQ(other->status, 200);
+    EXPECT_EQ(other->body, installer);
+
+    EXPECT_EQ(c.Get("/rdp/setup.exe", {{"Range", "bytes=100000-"}})->status, 416);
+
+    installer[0] = 'X';
+    std::ofstream(folder.path() / "installer.bin", std::ios::binary) << installer;
+    publishRelease(folder.path() / "files", {"2.03", folder.path() / "installer.bin", std::nullopt, std::nullopt});
+    EXPECT_NE(c.Get("/rdp/setup.exe")->get_header_value("ETag"), tag);
+    EXPECT_NE(fileBytes("rdp/rdpupdate.ini").find("Version =2.03\r\n"), std::string::npos);
 }
 
 } // namespace

@@ -119,7 +119,10 @@ protected:
     }
     void dial() {
         controller.tick();
+        // The line may come up while the tick still runs (it lets events run); the channel hears
+        // of it from a queued call.
         ASSERT_TRUE(waitUntil([this] { return real.socket->isConnected(); }));
+        QCoreApplication::processEvents();
     }
     static void writeFile(const QString& path, const QByteArray& bytes) {
         QFile f(path);

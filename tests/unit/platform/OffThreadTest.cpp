@@ -5,6 +5,7 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <future>
@@ -212,6 +213,84 @@ TEST(OffThreadHttpTest, RequestPastItsBoundFailsWithAReasonAndEndsLater) {
     inner->gate.open();
     EXPECT_TRUE(eventually([&] { return http.running() == 0; }));
     EXPECT_EQ(http.post("http://x/", "text/plain", "b").body, "b");
+}
+
+/// A download that reports its progress in steps until the test opens its gate, then ends.
+class GatedDownloader : public FileDownloader {
+public:
+    Result download(const Request& request, const Progress& progress) override {
+        Result result;
+        for (std::uint64_t got = request.resumeFrom;; got += 100) {
+            if (progress)
+                progress(got, 1000); // throws once the caller has given up
+            if (gate.wait_for(20ms) == std::future_status::ready)
+                break;
+        }
+        result.ok = true;
+        result.size = 1000;
+        result.validator = request.path;
+        return result;
+    }
+    std::promise<void> open;
+    std::shared_future<void> gate = open.get_future().share();
+};
+
+TEST(OffThreadDownloadTest, ProgressReachesTheCallerOnItsThreadAndTheResultComesBack) {
+    auto inner = std::make_shared<GatedDownloader>();
+    BlockingWaiter waiter;
+    OffThreadFileDownloader downloader(inner, waiter, 5s);
+    const auto caller = std::this_thread::get_id();
+    std::vector<std::uint64_t> seen;
+    std::thread opener([&] {
+        std::this_thread::sleep_for(300ms);
+        inner->open.set_value();
+    });
+    const auto result =
+        downloader.download({"http://x/setup.exe", "/tmp/part", 400, "\"v\""}, [&](std::uint64_t got, std::uint64_t) {
+            EXPECT_EQ(std::this_thread::get_id(), caller);
+            seen.push_back(got);
+        });
+    opener.join();
+    ASSERT_TRUE(result.ok);
+    EXPECT_EQ(result.validator, "/tmp/part") << "the request was copied for the download's thread";
+    ASSERT_FALSE(seen.empty());
+    EXPECT_GE(seen.front(), 400u);
+    EXPECT_TRUE(std::is_sorted(seen.begin(), seen.end()));
+}
+
+TEST(OffThreadDownloadTest, ADownloadPastItsLimitFailsWithAReasonAndIsStoppedAtItsNextPiece) {
+    auto inner = std::make_shared<GatedDownloader>();
+    BlockingWaiter waiter;
+    OffThreadFileDownloader downloader(inner, waiter, 200ms);
+    const auto result = downloader.download({"http://x/", "/tmp/part", 0, {}}, [](auto, auto) {});
+    EXPECT_FALSE(result.ok);
+    EXPECT_THAT(result.error, HasSubstr("did not end within"));
+    EXPECT_TRUE(eventually([&] { return downloader.running() == 0; })) << "the gate never opened, yet it ended";
+}
+
+/// A signature check that blocks until the test lets it go.
+class GatedVerifier : public SignatureVerifier {
+public:
+    Result verifyFile(const std::string&, const std::string& signature, const std::string&) override {
+        gate.pass();
+        return {signature == "good", "does not match"};
+    }
+    Gate gate;
+};
+
+TEST(OffThreadVerifyTest, ACheckPastItsLimitIsNotValidAndLaterChecksWaitForNothing) {
+    auto inner = std::make_shared<GatedVerifier>();
+    BlockingWaiter waiter;
+    OffThreadSignatureVerifier verifier(inner, waiter, 150ms);
+    const auto late = verifier.verifyFile("f", "good", "k");
+    EXPECT_FALSE(late.valid);
+    EXPECT_THAT(late.reason, HasSubstr("did not end within"));
+    const auto took =
+        timed([&] { EXPECT_THAT(verifier.verifyFile("f", "good", "k").reason, HasSubstr("still runs")); });
+    EXPECT_LT(took, 100ms);
+    inner->gate.open();
+    EXPECT_TRUE(eventually([&] { return !verifier.busy(); }));
+    EXPECT_TRUE(verifier.verifyFile("f", "good", "k").valid);
 }
 
 } // namespace

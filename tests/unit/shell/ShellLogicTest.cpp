@@ -90,7 +90,8 @@ TEST(StoreList, KeysMenuTextAndNotice) {
 
 TEST(StationConfig, EnvironmentOverridesBuildValues) {
     std::map<std::string, std::string> env{{"STATION_SERVICE_URL", "http://127.0.0.1:9/terminal2secure.asp"},
-                                           {"STATION_TICK_MS", "50"}};
+                                           {"STATION_TICK_MS", "50"},
+                                           {"STATION_UPDATE_PUBLIC_KEY", "S2V5IGZvciB1cGRhdGVz"}};
     auto lookup = [&](const char* name) -> std::optional<std::string> {
         auto it = env.find(name);
         return it == env.end() ? std::nullopt : std::optional(it->second);
@@ -98,6 +99,7 @@ TEST(StationConfig, EnvironmentOverridesBuildValues) {
     auto c = StationConfig::resolve(lookup);
     EXPECT_EQ(c.serviceUrl, "http://127.0.0.1:9/terminal2secure.asp");
     EXPECT_EQ(c.tickMs, 50);
+    EXPECT_EQ(c.updatePublicKey, "S2V5IGZvciB1cGRhdGVz");
     for (const char* bad : {"0", "-5", "fast", "50ms", ""}) {
         env["STATION_TICK_MS"] = bad;
         EXPECT_EQ(StationConfig::resolve(lookup).tickMs, 5000) << bad;

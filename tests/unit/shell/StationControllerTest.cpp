@@ -133,8 +133,8 @@ TEST_F(StationControllerTest, ShortSettingsReplyStillLoadsAndSaysSo) {
 // redial, the keep-alives and the periodic jobs come on their own ticks.
 TEST_F(StationControllerTest, TheTickRhythmOverThirtyTicks) {
     auto& c = load();
-    std::vector<int> polls, keepAlives, boldTicks;
-    std::size_t pollsBefore = 0, sentBefore = 0;
+    std::vector<int> polls, keepAlives, boldTicks, updateChecks;
+    std::size_t pollsBefore = 0, sentBefore = 0, checksBefore = 0;
     for (int tick = 1; tick <= 30; ++tick) {
         const bool running = tick >= 3 && tick < 20;
         fake.clientWindows.windows.clear();
@@ -149,6 +149,10 @@ TEST_F(StationControllerTest, TheTickRhythmOverThirtyTicks) {
             polls.push_back(tick);
             pollsBefore = n;
         }
+        if (const auto n = bodiesStartingWith("upd1=").size(); n != checksBefore) {
+            updateChecks.push_back(tick);
+            checksBefore = n;
+        }
         if (fake.hostSocket.sent.size() != sentBefore) {
             EXPECT_EQ(fake.hostSocket.sent.back(), "/P=");
             keepAlives.push_back(tick);
@@ -161,6 +165,9 @@ TEST_F(StationControllerTest, TheTickRhythmOverThirtyTicks) {
         EXPECT_TRUE(view.timerEnabled);
     }
     EXPECT_EQ(polls, (std::vector<int>{1, 13, 14, 26, 27}));
+    // The update check follows each poll, asking for this station's update address.
+    EXPECT_EQ(updateChecks, polls);
+    EXPECT_EQ(bodiesStartingWith("upd1=").front(), "upd1=001122334455");
     EXPECT_EQ(keepAlives, (std::vector<int>{5, 10, 15, 20, 25, 30}));
     // The timer is off while the periodic jobs run, so ticks do not pile up behind them.
     EXPECT_EQ(timerDuringPoll, std::vector<bool>(5, false));
