@@ -47,9 +47,9 @@ int main(int argc, char** argv) {
     station::test::FakeDialogs dialogs;
     station::test::FakeProcessLauncher launcher;
     station::Ports ports = system.ports();
-    station::Ports probePorts{ports.http,    ports.adapters,    ports.singleInstance, ports.browser, dialogs,
-                              ports.yield,   ports.clock,       ports.clientWindows,  launcher,      ports.hostSocket,
-                              ports.spooler, ports.textPrinter, ports.libraries};
+    station::Ports probePorts{ports.http,    ports.adapters,    ports.singleInstance, ports.browser,   dialogs,
+                              ports.yield,   ports.clock,       ports.clientWindows,  launcher,        ports.hostSocket,
+                              ports.spooler, ports.textPrinter, ports.libraries,      ports.micrReader};
     probePorts.downloader = ports.downloader;
     probePorts.signatures = ports.signatures;
     station::IdentityCodec codec;

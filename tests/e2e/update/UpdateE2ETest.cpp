@@ -123,9 +123,9 @@ protected:
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     test::FakePorts fake;
     Ports ports = [this] {
-        Ports p{*http,        fake.adapters,    fake.singleInstance, fake.browser, fake.dialogs,
-                fake.yield,   fake.clock,       fake.clientWindows,  *launcher,    fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries};
+        Ports p{*http,        fake.adapters,    fake.singleInstance, fake.browser,   fake.dialogs,
+                fake.yield,   fake.clock,       fake.clientWindows,  *launcher,      fake.hostSocket,
+                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
         p.downloader = &downloader;
         p.signatures = &signatures;
         return p;
