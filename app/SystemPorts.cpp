@@ -3,15 +3,14 @@
 namespace station {
 
 SystemPorts::SystemPorts(const std::string& singleInstanceName, const std::string& applicationTitle)
-    : m_singleInstance(makeSingleInstance(singleInstanceName)),
-      m_dialogs(makeDialogs(applicationTitle)), m_ports{m_http,        *m_adapters,      *m_singleInstance,
-                                                        *m_browser,    *m_dialogs,       *m_yield,
-                                                        *m_clock,      *m_clientWindows, *m_processLauncher,
-                                                        *m_hostSocket, m_spooler,        m_textPrinter,
-                                                        *m_libraries} {}
+    : m_singleInstance(makeSingleInstance(singleInstanceName)), m_dialogs(makeDialogs(applicationTitle)),
+      m_ports{
+          m_http,           *m_adapters,        *m_singleInstance, *m_browser, *m_dialogs,    *m_yield,     *m_clock,
+          *m_clientWindows, *m_processLauncher, *m_hostSocket,     m_spooler,  m_textPrinter, *m_libraries, m_ftp,
+          *m_registry} {}
 
 bool SystemPorts::workStillRunning() const {
-    return m_http.running() > 0 || m_spooler.busy() || m_textPrinter.busy();
+    return m_http.running() > 0 || m_spooler.busy() || m_textPrinter.busy() || m_ftp.running() > 0;
 }
 
 } // namespace station

@@ -1,6 +1,7 @@
 #pragma once
 #include "platform/Adapters.h"
 #include "platform/OffThread.h"
+#include "platform/OffThreadFtpClient.h"
 
 #include <memory>
 #include <string>
@@ -46,6 +47,10 @@ private:
     OffThreadTextPrinter m_textPrinter{makeTextPrinter([spooler = m_rawSpooler] { spooler->printers(); }), *m_waiter,
                                        limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
+    // The uploader's sessions bound themselves; these only catch an overrun.
+    OffThreadFtpSessions m_ftp{
+        makeFtpSessions(), *m_waiter, {limits::ftpCommand + limits::overrun, limits::ftpTransferCap + limits::overrun}};
+    std::unique_ptr<Registry> m_registry = makeRegistry();
     Ports m_ports;
 };
 

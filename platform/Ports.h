@@ -3,10 +3,12 @@
 #include "platform/ClientWindows.h"
 #include "platform/Clock.h"
 #include "platform/Dialogs.h"
+#include "platform/FtpClient.h"
 #include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
 #include "platform/NetworkAdapters.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/Registry.h"
 #include "platform/SharedLibraries.h"
 #include "platform/SingleInstance.h"
 #include "platform/Spooler.h"
@@ -31,6 +33,10 @@ struct Ports {
     Spooler& spooler;
     TextPrinter& textPrinter;
     SharedLibraries& libraries;
+
+    // Uploader and about box. Bundles that never open them (most tests) leave these as they are.
+    FtpSessions& ftp = FtpSessions::none();
+    Registry& registry = Registry::none();
 };
 
 } // namespace station
