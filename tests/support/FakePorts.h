@@ -5,6 +5,8 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -214,6 +216,36 @@ public:
     std::unique_ptr<Library> load(const std::string& path) override;
 };
 
+/// An FTP server in memory: folders of named files, the sessions' calls in order, and faults on
+/// demand. Every session the fake opens works on the same server.
+class FakeFtpSessions : public FtpSessions {
+public:
+    std::map<std::string, std::map<std::string, std::string>> folders;
+    std::vector<std::string> calls;
+    int logins = 0;
+    /// When set, the next call fails with this description (and, if `dropLine`, disconnects).
+    std::optional<std::string> failNext;
+    bool dropLine = false;
+    /// Called as a file is stored, with (busy, done, total) steps of the fake's own choosing.
+    std::vector<std::uint64_t> progressSteps;
+
+    std::unique_ptr<FtpClient> open() override;
+};
+
+/// Registry values by key and name.
+class FakeRegistry : public Registry {
+public:
+    bool exists = true;
+    std::map<std::pair<std::string, std::string>, std::string> values;
+    bool present() const override { return exists; }
+    std::optional<std::string> localMachineValue(const std::string& key, const std::string& name) override {
+        const auto it = values.find({key, name});
+        if (it == values.end())
+            return std::nullopt;
+        return it->second;
+    }
+};
+
 /// One of each fake, with the Ports view over them.
 struct FakePorts {
     FakeHttp http;
@@ -229,8 +261,10 @@ struct FakePorts {
     FakeSpooler spooler;
     FakeTextPrinter textPrinter;
     FakeLibraries libraries;
+    FakeFtpSessions ftp;
+    FakeRegistry registry;
     Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,    clock,
-                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries};
+                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, ftp, registry};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".
