@@ -84,6 +84,8 @@ public:
         // A store that has never had a file has no folder yet: it is made on the way in.
         if (!perform(url, limits::ftpCommand, [&](CURL* h) {
                 setOption(h, CURLOPT_NOBODY, 1L);
+                // Folder by folder, so that each missing one can be made in turn.
+                setOption(h, CURLOPT_FTP_FILEMETHOD, static_cast<long>(CURLFTPMETHOD_MULTICWD));
                 setOption(h, CURLOPT_FTP_CREATE_MISSING_DIRS, static_cast<long>(CURLFTP_CREATE_DIR_RETRY));
             }))
             return false;
