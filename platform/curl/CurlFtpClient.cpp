@@ -20,8 +20,6 @@ using Clock = std::chrono::steady_clock;
 
 /// The largest listing taken in: a store folder of many thousand files stays far below it.
 constexpr std::size_t maxListing = 16u << 20;
-/// Bytes handed to libcurl per read of an upload: fewer, larger writes to the data connection.
-constexpr long uploadBuffer = 1L << 20;
 
 void initialiseCurl() {
     static std::once_flag once;
@@ -120,7 +118,6 @@ public:
             setOption(h, CURLOPT_READFUNCTION, &CurlFtpClient::read);
             setOption(h, CURLOPT_READDATA, static_cast<void*>(&file));
             setOption(h, CURLOPT_INFILESIZE_LARGE, static_cast<curl_off_t>(size));
-            setOption(h, CURLOPT_UPLOAD_BUFFERSIZE, uploadBuffer);
             setOption(h, CURLOPT_FTP_CREATE_MISSING_DIRS, static_cast<long>(CURLFTP_CREATE_DIR_RETRY));
         });
         if (m_progress)
