@@ -17,6 +17,7 @@
 #include <QPushButton>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
+#include <QTcpServer>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -70,8 +71,9 @@ struct Rig {
     }
     QString storeFolder() const { return ftp.root() + QStringLiteral("/uploads/12345/1234567/"); }
     QString local(const QString& name) const { return localDir.filePath(name); }
-    std::unique_ptr<frmUploader> open(int store = 0) {
-        auto window = std::make_unique<frmUploader>(state, ports, client, ftp.host().toStdString(), store);
+    std::unique_ptr<frmUploader> open(int store = 0, const QString& host = {}) {
+        auto window = std::make_unique<frmUploader>(state, ports, client,
+                                                    (host.isEmpty() ? ftp.host() : host).toStdString(), store);
         window->setAttribute(Qt::WA_DeleteOnClose, false);
         window->Dir1_Change(localDir.path());
         window->show();
@@ -226,6 +228,27 @@ TEST(UploaderE2E, ServerGoingAwayMidTransferEndsTheUploadWithItsReason) {
     EXPECT_FALSE(rig.fake.dialogs.shown[0].text.empty());
     EXPECT_TRUE(window->Label3->text().isEmpty());
     EXPECT_TRUE(window->cmdExit->isEnabled());
+}
+
+TEST(UploaderE2E, ServerNotThereOrSilentIsReportedWithinItsBounds) {
+    Rig rig;
+    QTcpServer silent; // accepts connections (the system does) and never says a word
+    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost, 0));
+    QTcpServer probe;
+    ASSERT_TRUE(probe.listen(QHostAddress::LocalHost, 0));
+    const auto closed = QStringLiteral("127.0.0.1:%1").arg(probe.serverPort());
+    probe.close();
+
+    for (const auto& host : {closed, QStringLiteral("127.0.0.1:%1").arg(silent.serverPort())}) {
+        rig.fake.dialogs.shown.clear();
+        QElapsedTimer clock;
+        clock.start();
+        auto window = rig.open(0, host);
+        EXPECT_LT(clock.elapsed(), 8'000) << host.toStdString();
+        ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u) << host.toStdString();
+        EXPECT_FALSE(rig.fake.dialogs.shown[0].text.empty());
+        EXPECT_EQ(window->List2->count(), 0);
+    }
 }
 
 } // namespace
