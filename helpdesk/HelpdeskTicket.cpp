@@ -68,11 +68,12 @@ std::string ticketRecord(const TicketForm& form, std::string_view version) {
     problem.append("--------------").append(crlf).append("VTERM Version: ").append(version);
 
     const std::string_view store = form.store;
+    const std::string code = priorityCode(form.urgency);
     std::string record;
     for (const std::string_view value :
          {std::string_view(form.email), std::string_view(form.name), middle(store, 1, 1), middle(store, 3, 3),
           middle(store, 7, 4), std::string_view(form.subject), std::string_view(problem), std::string_view(form.phone),
-          std::string_view("O"), store, std::string_view(priorityCode(form.urgency))})
+          std::string_view("O"), store, std::string_view(code)})
         record.append(value).append("|");
     return record;
 }

@@ -3,6 +3,7 @@
 #include "core/Text.h"
 #include "helpdesk/HelpdeskTicket.h"
 
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QFormLayout>
 #include <QHBoxLayout>
@@ -100,8 +101,22 @@ void frmHelpdesk::cmdSubmit_Click() {
         return;
     }
     cmdSubmit->setEnabled(false);
+    m_submitting = true;
     submitTicket(ticket, m_state, m_ports.adapters, m_service, m_ports.dialogs, m_ports.yield);
+    m_submitting = false;
     close();
+}
+
+void frmHelpdesk::closeEvent(QCloseEvent* event) {
+    if (m_submitting)
+        event->ignore();
+    else
+        QDialog::closeEvent(event);
+}
+
+void frmHelpdesk::reject() {
+    if (!m_submitting)
+        QDialog::reject();
 }
 
 void frmHelpdesk::cmdCancel_Click() {

@@ -34,8 +34,14 @@ public:
     QPushButton* cmdSubmit = nullptr;
     QPushButton* cmdCancel = nullptr;
 
+protected:
+    /// The window stays while its ticket is being submitted.
+    void closeEvent(QCloseEvent* event) override;
+    void reject() override;
+
 private:
     TicketForm form() const;
+    bool m_submitting = false;
 
     StationState& m_state;
     Ports& m_ports;

@@ -91,7 +91,7 @@ public:
 private:
     /// Starts `job` on a thread of its own; `done`, when given, is finished when the thread has
     /// let go of it. The session is marked as in a call until then.
-    bool start(std::function<void(FtpClient&)> job, std::shared_ptr<Completion> done) {
+    bool start(std::function<void(FtpClient&)> job, const std::shared_ptr<Completion>& done) {
         ++m_running->running;
         try {
             std::thread([session = m_session, running = m_running, job = std::move(job), done]() mutable {

@@ -1,5 +1,6 @@
 #include "uploader/frmUploader.h"
 
+#include <QCloseEvent>
 #include <QComboBox>
 #include <QDir>
 #include <QGridLayout>
@@ -86,8 +87,25 @@ frmUploader::frmUploader(StationState& state, Ports& ports, const ServiceClient&
 frmUploader::~frmUploader() = default;
 
 void frmUploader::setStoreIndex(int storeIndex) {
+    if (storeIndex == m_storeIndex)
+        return;
     m_storeIndex = storeIndex;
     m_uploader.setStore(storeIndex);
+    // An open window turns to the newly chosen store at once.
+    if (isVisible())
+        m_uploader.cmdRefresh_Click();
+}
+
+void frmUploader::reject() {
+    if (!m_uploader.busy())
+        QDialog::reject();
+}
+
+void frmUploader::closeEvent(QCloseEvent* event) {
+    if (m_uploader.busy())
+        event->ignore();
+    else
+        QDialog::closeEvent(event);
 }
 
 void frmUploader::showEvent(QShowEvent* event) {

@@ -47,8 +47,12 @@ public:
     QPushButton* cmdSavePath = nullptr;
     QPushButton* cmdExit = nullptr;
 
+    /// Closing waits for a transfer to end, as cmdExit does.
+    void reject() override;
+
 protected:
     void showEvent(QShowEvent* event) override;
+    void closeEvent(QCloseEvent* event) override;
 
 private:
     // UploaderView
