@@ -263,8 +263,9 @@ struct FakePorts {
     FakeLibraries libraries;
     FakeFtpSessions ftp;
     FakeRegistry registry;
-    Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,    clock,
-                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, ftp, registry};
+    Ports ports{http,      adapters,      singleInstance,  browser,    dialogs, yield,
+                clock,     clientWindows, processLauncher, hostSocket, spooler, textPrinter,
+                libraries, ftp,           registry};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".

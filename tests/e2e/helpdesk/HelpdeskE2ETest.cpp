@@ -42,14 +42,15 @@ struct Rig {
 
 TEST(HelpdeskE2E, TicketIsFiledNumberShownAndOnCallAlerted) {
     test::DevService service;
-    service.admin({QStringLiteral("set-oncall"), QStringLiteral("first@vorne.example"),
-                   QStringLiteral("second@vorne.example")});
+    service.admin(
+        {QStringLiteral("set-oncall"), QStringLiteral("first@vorne.example"), QStringLiteral("second@vorne.example")});
     Rig rig(service.serviceUrl().toStdString());
     auto window = rig.open();
     window->cmdSubmit_Click();
 
     ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(rig.fake.dialogs.shown[0].text, "Your Helpdesk ticket has been submitted and was assigned ticket # 10001");
+    EXPECT_EQ(rig.fake.dialogs.shown[0].text,
+              "Your Helpdesk ticket has been submitted and was assigned ticket # 10001");
     EXPECT_EQ(rig.fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
     EXPECT_FALSE(window->isVisible());
 
@@ -59,9 +60,9 @@ TEST(HelpdeskE2E, TicketIsFiledNumberShownAndOnCallAlerted) {
     ASSERT_EQ(columns.size(), 13);
     EXPECT_EQ(columns[0], QStringLiteral("10001"));
     EXPECT_FALSE(columns[1].isEmpty()) << "the service dates the ticket";
-    EXPECT_EQ(columns.mid(2, 6), (QStringList{QStringLiteral("ann@store.example"), QStringLiteral("Ann Smith"),
-                                              QStringLiteral("1"), QStringLiteral("345"), QStringLiteral("7 - "),
-                                              QStringLiteral("Printer jams")}));
+    EXPECT_EQ(columns.mid(2, 6),
+              (QStringList{QStringLiteral("ann@store.example"), QStringLiteral("Ann Smith"), QStringLiteral("1"),
+                           QStringLiteral("345"), QStringLiteral("7 - "), QStringLiteral("Printer jams")}));
     EXPECT_TRUE(columns[8].startsWith(QStringLiteral("4) Critical (3 hours)\\r\\nPaper & toner\\r\\nboth fine\\r\\n")))
         << columns[8].toStdString();
     EXPECT_EQ(columns.mid(9), (QStringList{QStringLiteral("555-0101"), QStringLiteral("O"),

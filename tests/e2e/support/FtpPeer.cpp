@@ -31,15 +31,16 @@ bool accepts(int port) {
 
 FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig) {
     // The sessions run as nobody and must reach the tree inside this folder.
-    QFile::setPermissions(m_dir.path(), QFile::permissions(m_dir.path()) | QFileDevice::ExeOther | QFileDevice::ReadOther);
+    QFile::setPermissions(m_dir.path(),
+                          QFile::permissions(m_dir.path()) | QFileDevice::ExeOther | QFileDevice::ReadOther);
     auto env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("PROFTPD_EXTRA"), extraConfig);
     // A port picked free can be taken by another rig before the server binds it: try again.
     for (int attempt = 0; attempt < 5 && m_port == 0; ++attempt) {
         const int port = freePort();
         m_server.start(QStringLiteral(STATION_SOURCE_DIR "/tests/e2e/support/proftpd-peer"),
-                       {m_dir.filePath(QStringLiteral("server")), QString::number(port),
-                        QString::number(passiveFirst), QString::number(passiveLast)},
+                       {m_dir.filePath(QStringLiteral("server")), QString::number(port), QString::number(passiveFirst),
+                        QString::number(passiveLast)},
                        env);
         QDeadlineTimer deadline(5000);
         while (!deadline.hasExpired() && m_server.process().state() == QProcess::Running && !accepts(port))

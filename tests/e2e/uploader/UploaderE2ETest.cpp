@@ -9,15 +9,15 @@
 #include "uploader/frmUploader.h"
 
 #include <QCoreApplication>
-#include <QElapsedTimer>
 #include <QDir>
+#include <QElapsedTimer>
 #include <QFile>
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
 #include <QRandomGenerator>
-#include <QTemporaryDir>
 #include <QTcpServer>
+#include <QTemporaryDir>
 #include <QTimer>
 #include <gtest/gtest.h>
 
@@ -98,13 +98,13 @@ struct Rig {
     std::unique_ptr<Waiter> waiter = makeWaiter();
     std::unique_ptr<HttpClient> http = makeHttpClient();
     std::unique_ptr<Yield> yield = makeYield();
-    OffThreadFtpSessions sessions{makeFtpSessions(shortLimits()), *waiter,
-                                  {std::chrono::seconds(10), std::chrono::seconds(60)}};
+    OffThreadFtpSessions sessions{
+        makeFtpSessions(shortLimits()), *waiter, {std::chrono::seconds(10), std::chrono::seconds(60)}};
     test::FakePorts fake;
-    Ports ports{*http,           fake.adapters,   fake.singleInstance,  fake.browser,
-                fake.dialogs,    *yield,          fake.clock,           fake.clientWindows,
-                fake.processLauncher, fake.hostSocket, fake.spooler,    fake.textPrinter,
-                fake.libraries,  sessions,        fake.registry};
+    Ports ports{
+        *http,          fake.adapters,      fake.singleInstance,  fake.browser,    fake.dialogs, *yield,
+        fake.clock,     fake.clientWindows, fake.processLauncher, fake.hostSocket, fake.spooler, fake.textPrinter,
+        fake.libraries, sessions,           fake.registry};
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
     StationState state;
@@ -224,7 +224,8 @@ TEST(UploaderE2E, ServerGoingAwayMidTransferEndsTheUploadWithItsReason) {
     EXPECT_TRUE(seen[0].contains(QStringLiteral("  of 4194304"))) << seen[0].toStdString();
     EXPECT_TRUE(exitDisabledWhileBusy);
     EXPECT_LT(clock.elapsed(), 15'000);
-    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u) << rig.fake.dialogs.shown[0].text << " / " << rig.fake.dialogs.shown[1].text;
+    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u)
+        << rig.fake.dialogs.shown[0].text << " / " << rig.fake.dialogs.shown[1].text;
     EXPECT_FALSE(rig.fake.dialogs.shown[0].text.empty());
     EXPECT_TRUE(window->Label3->text().isEmpty());
     EXPECT_TRUE(window->cmdExit->isEnabled());

@@ -10,8 +10,8 @@ namespace station {
 namespace {
 
 TicketForm complete() {
-    return {"Ann Smith", "ann@store.example", "555-0101", "Printer jams", "It jams.", "1234567 - Main Street",
-            urgencyItems[2]};
+    return {"Ann Smith", "ann@store.example",     "555-0101",     "Printer jams",
+            "It jams.",  "1234567 - Main Street", urgencyItems[2]};
 }
 
 const std::string nameLine = "Your name is a required field\r\n";
@@ -45,12 +45,10 @@ INSTANTIATE_TEST_SUITE_P(
         ValidationCase{"complete", complete(), ""},
         ValidationCase{"all empty", TicketForm{{}, {}, {}, {}, {}, {}, urgencyItems[0]},
                        nameLine + emailLine + phoneLine + subjectLine + problemLine + storeLine},
-        ValidationCase{"blanks only count as empty",
-                       TicketForm{"  ", "@", " ", "   ", "  ", " ", urgencyItems[0]},
+        ValidationCase{"blanks only count as empty", TicketForm{"  ", "@", " ", "   ", "  ", " ", urgencyItems[0]},
                        nameLine + phoneLine + subjectLine + problemLine + storeLine},
         ValidationCase{"an at-sign alone passes", with([](TicketForm& f) { f.email = "@"; }), ""},
-        ValidationCase{"no at-sign fails alone", with([](TicketForm& f) { f.email = "ann.store.example"; }),
-                       emailLine},
+        ValidationCase{"no at-sign fails alone", with([](TicketForm& f) { f.email = "ann.store.example"; }), emailLine},
         ValidationCase{"long subject accepted", with([](TicketForm& f) { f.subject = std::string(80, 'x'); }), ""}),
     [](const auto& param) {
         std::string name = param.param.what;
@@ -61,9 +59,9 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(HelpdeskTicket, PriorityCodeComesFromTheItemsFirstCharacter) {
-    const std::vector<std::pair<std::string, std::string>> cases{
-        {urgencyItems[0], "24"}, {urgencyItems[1], "25"}, {urgencyItems[2], "26"},
-        {urgencyItems[3], "27"}, {"5) Other", "00"},      {"", "00"}};
+    const std::vector<std::pair<std::string, std::string>> cases{{urgencyItems[0], "24"}, {urgencyItems[1], "25"},
+                                                                 {urgencyItems[2], "26"}, {urgencyItems[3], "27"},
+                                                                 {"5) Other", "00"},      {"", "00"}};
     for (const auto& [item, code] : cases)
         EXPECT_EQ(priorityCode(item), code) << item;
 }
@@ -71,8 +69,8 @@ TEST(HelpdeskTicket, PriorityCodeComesFromTheItemsFirstCharacter) {
 TEST(HelpdeskTicket, RecordHoldsElevenValuesWithStorePiecesAndVersionBlock) {
     auto form = complete();
     form.problem = "It jams & beeps.";
-    const std::string problem = std::string(urgencyItems[2]) +
-                                "\r\nIt jams & beeps.\r\n\r\n--------------\r\nVTERM Version: 2.1.14";
+    const std::string problem =
+        std::string(urgencyItems[2]) + "\r\nIt jams & beeps.\r\n\r\n--------------\r\nVTERM Version: 2.1.14";
     EXPECT_EQ(ticketRecord(form, "2.1.14"), "ann@store.example|Ann Smith|1|345|7 - |Printer jams|" + problem +
                                                 "|555-0101|O|1234567 - Main Street|26|");
 }
@@ -101,9 +99,7 @@ struct SubmitRig {
     ServiceClient service{fake.http, codec, "http://service/terminal2secure.asp"};
     StationState state;
     SubmitRig() { fake.adapters.adapters = {{"eth0", {0x00, 0x1a, 0x2b, 0x3c, 0x4d, 0x5e}}}; }
-    void submit(const TicketForm& form) {
-        submitTicket(form, state, fake.adapters, service, fake.dialogs, fake.yield);
-    }
+    void submit(const TicketForm& form) { submitTicket(form, state, fake.adapters, service, fake.dialogs, fake.yield); }
 };
 
 TEST(HelpdeskSubmit, FilesTicketEscapedThenAlertsOnCallAndWriter) {

@@ -21,18 +21,21 @@ TEST_P(Listing, NamesAreTakenWholeFromEachEntryLine) {
 INSTANTIATE_TEST_SUITE_P(
     Ftp, Listing,
     ::testing::Values(
-        ListingCase{"unix", "total 8\r\n-rw-r--r--   1 administrator 65534   6 Nov 23 19:10 a.txt\r\n"
-                            "drwxr-xr-x   2 administrator 65534 4096 Jan  2  2025 old.d\r\n",
+        ListingCase{"unix",
+                    "total 8\r\n-rw-r--r--   1 administrator 65534   6 Nov 23 19:10 a.txt\r\n"
+                    "drwxr-xr-x   2 administrator 65534 4096 Jan  2  2025 old.d\r\n",
                     {"a.txt", "old.d"}},
         ListingCase{"unix names with blanks",
                     "-rw-r--r-- 1 u g 6 Nov 23 19:10 two  blanks .txt\n-rw-r--r-- 1 u g 6 Nov 23 19:10  lead.txt\n",
                     {"two  blanks .txt", " lead.txt"}},
         ListingCase{"unix without group, names that look like dates",
-                    "-rw-r--r-- 1 owner 1234 Dec 01 2024 Nov 23 19:10 x.txt\n", {"Nov 23 19:10 x.txt"}},
+                    "-rw-r--r-- 1 owner 1234 Dec 01 2024 Nov 23 19:10 x.txt\n",
+                    {"Nov 23 19:10 x.txt"}},
         ListingCase{"unix link", "lrwxrwxrwx 1 u g 6 Nov 23 19:10 latest.csv -> 2026/11.csv\n", {"latest.csv"}},
-        ListingCase{"dos", "11-23-26  07:00PM       <DIR>          sub folder\r\n"
-                           "11-23-26  07:01PM                 1234 Sales Report.xls\r\n"
-                           "01-02-2025  10:00AM                0 a.txt\r\n",
+        ListingCase{"dos",
+                    "11-23-26  07:00PM       <DIR>          sub folder\r\n"
+                    "11-23-26  07:01PM                 1234 Sales Report.xls\r\n"
+                    "01-02-2025  10:00AM                0 a.txt\r\n",
                     {"sub folder", "Sales Report.xls", "a.txt"}},
         ListingCase{"dots, blanks and lines of no known style",
                     "drwxr-xr-x 2 u g 4096 Nov 23 19:10 .\ndrwxr-xr-x 2 u g 4096 Nov 23 19:10 ..\n\n"

@@ -10,10 +10,8 @@ namespace {
 
 TEST(RemoteFolder, ChainLevelCodesUseReportsOthersUploads) {
     const std::vector<std::pair<std::string, std::string>> cases{
-        {"12340000", "reports/12340/12340000/excel"},
-        {"1234567", "uploads/12345/1234567"},
-        {"12345000", "uploads/12345/12345000"},
-        {"00000", "reports/00000/00000/excel"},
+        {"12340000", "reports/12340/12340000/excel"}, {"1234567", "uploads/12345/1234567"},
+        {"12345000", "uploads/12345/12345000"},       {"00000", "reports/00000/00000/excel"},
         {"0000", "reports/0000/0000/excel"},
     };
     for (const auto& [code, folder] : cases)
