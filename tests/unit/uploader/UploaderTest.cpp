@@ -3,6 +3,7 @@
 #include "service/Codec.h"
 #include "tests/support/FakePorts.h"
 
+#include <filesystem>
 #include <gtest/gtest.h>
 
 namespace station {
@@ -91,9 +92,11 @@ TEST(Uploader, OverwriteQuestionDeletesOnOkSkipsOnCancelAndGoesOn) {
         EXPECT_EQ(shown.buttons, Dialogs::Buttons::OkCancel);
         EXPECT_EQ(shown.icon, Dialogs::Icon::Question);
     }
-    EXPECT_EQ(rig.remote()["one.txt"], "/data/one.txt");
+    // The local file is the folder and the name joined by the system's separator.
+    const std::string slash(1, static_cast<char>(std::filesystem::path::preferred_separator));
+    EXPECT_EQ(rig.remote()["one.txt"], "/data" + slash + "one.txt");
     EXPECT_EQ(rig.remote()["two.txt"], "old");
-    EXPECT_EQ(rig.remote()["three.txt"], "/data/three.txt");
+    EXPECT_EQ(rig.remote()["three.txt"], "/data" + slash + "three.txt");
     EXPECT_EQ(rig.remote()["THREE.TXT"], "old");
     EXPECT_EQ(rig.view.unselected, (std::vector<std::string>{"one.txt", "three.txt"}));
     EXPECT_EQ(rig.view.remote.size(), 4u) << "listed again after the last file";
