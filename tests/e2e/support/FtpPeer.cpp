@@ -29,12 +29,15 @@ bool accepts(int port) {
 
 } // namespace
 
-FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig) {
+FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig, Tls tls) {
     // The sessions run as nobody and must reach the tree inside this folder.
     QFile::setPermissions(m_dir.path(),
                           QFile::permissions(m_dir.path()) | QFileDevice::ExeOther | QFileDevice::ReadOther);
     auto env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("PROFTPD_EXTRA"), extraConfig);
+    if (tls != Tls::None)
+        env.insert(QStringLiteral("PROFTPD_TLS"),
+                   tls == Tls::Required ? QStringLiteral("required") : QStringLiteral("offered"));
     // A port picked free can be taken by another rig before the server binds it: try again.
     for (int attempt = 0; attempt < 5 && m_port == 0; ++attempt) {
         const int port = freePort();
@@ -66,6 +69,11 @@ void FtpPeer::seed(const QString& path, const QByteArray& bytes) const {
     if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
         throw std::runtime_error("cannot seed " + full.toStdString());
     file.setPermissions(QFileDevice::Permissions(0x6666));
+}
+
+bool FtpPeer::tlsUsed() const {
+    QFile log(m_dir.filePath(QStringLiteral("server/tls.log")));
+    return log.open(QIODevice::ReadOnly) && log.readAll().contains(" connection accepted");
 }
 
 int FtpPeer::logins() const {

@@ -12,7 +12,9 @@ class FtpPeer {
 public:
     /// Passive data ports come from [passiveFirst, passiveLast]: a range no other rig uses.
     /// `extraConfig` is added to the server's configuration.
-    explicit FtpPeer(int passiveFirst = 47620, int passiveLast = 47659, const QString& extraConfig = {});
+    enum class Tls { None, Offered, Required };
+    explicit FtpPeer(int passiveFirst = 47620, int passiveLast = 47659, const QString& extraConfig = {},
+                     Tls tls = Tls::None);
     ~FtpPeer();
     FtpPeer(const FtpPeer&) = delete;
     FtpPeer& operator=(const FtpPeer&) = delete;
@@ -25,6 +27,10 @@ public:
     /// Puts a file into the account's tree (`path` relative to its root), its folders open to the
     /// sessions, which run as another user.
     void seed(const QString& path, const QByteArray& bytes) const;
+    /// The server's certificate (PEM) when it speaks TLS: the CA a client trusts for it.
+    QString certificate() const { return m_dir.filePath(QStringLiteral("server/cert.pem")); }
+    /// Whether a client's control connection has been switched to TLS.
+    bool tlsUsed() const;
     /// Successful logins so far, from the server's log.
     int logins() const;
     /// The server and every session it runs end at once, as a server that goes away.

@@ -231,6 +231,27 @@ TEST(UploaderE2E, ServerGoingAwayMidTransferEndsTheUploadWithItsReason) {
     EXPECT_TRUE(window->cmdExit->isEnabled());
 }
 
+TEST(UploaderE2E, ServerThatOffersOrRequiresTlsIsSpokenToOverTls) {
+    for (const auto tls : {test::FtpPeer::Tls::Offered, test::FtpPeer::Tls::Required}) {
+        test::FtpPeer ftp(47620, 47659, {}, tls);
+        ftp.seed(QStringLiteral("uploads/12345/1234567/old.txt"), "old");
+        auto limits = shortLimits();
+        limits.caFile = ftp.certificate().toStdString();
+        auto session = makeFtpSessions(limits)->open();
+        ASSERT_TRUE(session->login(ftp.host().toStdString(), "administrator", "lantern")) << session->lastError();
+        ASSERT_TRUE(session->changeFolder("uploads/12345/1234567")) << session->lastError();
+        EXPECT_EQ(session->list("-lr *.*"), std::vector<std::string>{"old.txt"});
+        QTemporaryDir local;
+        writeFile(local.filePath(QStringLiteral("new.bin")), randomBytes(100'000));
+        EXPECT_TRUE(session->store(local.filePath(QStringLiteral("new.bin")).toStdString(), "new.bin", {}))
+            << session->lastError();
+        EXPECT_EQ(readFile(ftp.root() + QStringLiteral("/uploads/12345/1234567/new.bin")), randomBytes(100'000));
+        EXPECT_TRUE(session->remove("old.txt")) << session->lastError();
+        EXPECT_FALSE(QFile::exists(ftp.root() + QStringLiteral("/uploads/12345/1234567/old.txt")));
+        EXPECT_TRUE(ftp.tlsUsed());
+    }
+}
+
 TEST(UploaderE2E, ServerNotThereOrSilentIsReportedWithinItsBounds) {
     Rig rig;
     QTcpServer silent; // accepts connections (the system does) and never says a word
