@@ -25,6 +25,9 @@ struct Session {
     explicit Session(std::unique_ptr<FtpClient> adapter) : client(std::move(adapter)) {}
     std::unique_ptr<FtpClient> client;
     std::atomic<bool> inCall{false};
+    /// The caller stopped waiting for the call now running: whatever it achieves, the session
+    /// starts afresh with a new login (a late login would stand in the wrong folder).
+    std::atomic<bool> abandoned{false};
     std::mutex mutex;
     bool connected = false;
     std::string lastError;
@@ -96,10 +99,14 @@ private:
         try {
             std::thread([session = m_session, running = m_running, job = std::move(job), done]() mutable {
                 job(*session->client);
+                if (session->abandoned.exchange(false))
+                    session->client->disconnect();
                 {
                     std::lock_guard lock(session->mutex);
                     session->connected = session->client->isConnected();
-                    session->lastError = session->client->lastError();
+                    // A call given up on has told its caller why already.
+                    if (session->connected || session->lastError.empty() || !session->client->lastError().empty())
+                        session->lastError = session->client->lastError();
                 }
                 job = nullptr;
                 session->inCall = false;
@@ -113,6 +120,11 @@ private:
             m_session->inCall = false;
             return false;
         }
+    }
+
+    void giveUp(std::string why) {
+        m_session->abandoned = true;
+        fail(std::move(why));
     }
 
     void fail(std::string why) {
@@ -140,7 +152,7 @@ private:
             return std::nullopt;
         }
         if (!m_waiter.wait(*done, limit)) {
-            fail("The FTP server did not answer within " + seconds(limit) + ".");
+            giveUp("The FTP server did not answer within " + seconds(limit) + ".");
             return std::nullopt;
         }
         return box->take();
@@ -205,7 +217,7 @@ bool OffThreadFtpClient::store(const std::string& localPath, const std::string& 
         const auto left =
             std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
         if (left <= 0ms) {
-            fail("The upload did not end within " + seconds(m_bounds.transfer) + ".");
+            giveUp("The upload did not end within " + seconds(m_bounds.transfer) + ".");
             return false;
         }
         const bool finished = m_waiter.wait(*done, std::min(slice, left));
