@@ -117,8 +117,12 @@ bool Uploader::connect() {
     m_view.setCaption(text::fromWire(uploaderCaption(store)));
     if (!m_ftp->login(m_ftpHost, ftpUser, ftpPassword))
         return ftpFailed();
-    if (!m_ftp->changeFolder(remoteFolder(store.serialNumber)))
-        return ftpFailed();
+    if (!m_ftp->changeFolder(remoteFolder(store.serialNumber))) {
+        ftpFailed();
+        // Logged in but outside the store's folder: the next operation starts again.
+        m_ftp->disconnect();
+        return false;
+    }
     return true;
 }
 

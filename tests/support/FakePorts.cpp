@@ -115,8 +115,9 @@ private:
     bool begin(const std::string& call) {
         m_server.calls.push_back(call);
         m_error.clear();
-        if (!m_server.failNext)
+        if (!m_server.failNext || call.rfind(m_server.failWhen, 0) != 0)
             return true;
+        m_server.failWhen.clear();
         const auto why = *std::exchange(m_server.failNext, std::nullopt);
         if (m_server.dropLine)
             m_connected = false;

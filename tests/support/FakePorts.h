@@ -226,6 +226,8 @@ public:
     /// When set, the next call fails with this description (and, if `dropLine`, disconnects).
     std::optional<std::string> failNext;
     bool dropLine = false;
+    /// When set, the next call that begins with this text fails with `failNext`.
+    std::string failWhen;
     /// Called as a file is stored, with (busy, done, total) steps of the fake's own choosing.
     std::vector<std::uint64_t> progressSteps;
 

@@ -129,6 +129,19 @@ TEST(Uploader, LostLineIsLoggedInAgainBeforeTheNextFile) {
     EXPECT_EQ(rig.remote().count("b.txt"), 1u);
 }
 
+TEST(Uploader, FolderThatCannotBeEnteredIsShownAndTheNextRefreshLogsInAgain) {
+    Rig rig;
+    rig.fake.ftp.failNext = "550 uploads: Permission denied";
+    rig.fake.ftp.failWhen = "cd ";
+    rig.uploader.cmdRefresh_Click();
+    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
+    EXPECT_EQ(rig.fake.dialogs.shown[0].text, "550 uploads: Permission denied");
+    EXPECT_EQ(rig.fake.ftp.calls.back(), "disconnect") << "nothing is listed outside the store's folder";
+    rig.uploader.cmdRefresh_Click();
+    EXPECT_EQ(rig.fake.ftp.logins, 2);
+    EXPECT_EQ(rig.fake.ftp.calls.back(), "list -lr *.*");
+}
+
 TEST(Uploader, DoubleClickDeletesOnlyOnYes) {
     Rig rig;
     rig.remote() = {{"old.csv", ""}};
