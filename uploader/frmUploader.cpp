@@ -86,6 +86,10 @@ frmUploader::frmUploader(StationState& state, Ports& ports, const ServiceClient&
 
 frmUploader::~frmUploader() = default;
 
+std::string frmUploader::folder() const {
+    return QDir::toNativeSeparators(m_folder).toStdString();
+}
+
 void frmUploader::setStoreIndex(int storeIndex) {
     if (storeIndex == m_storeIndex)
         return;

@@ -27,8 +27,9 @@ public:
     int storeIndex() const { return m_storeIndex; }
     void setStoreIndex(int storeIndex);
 
-    /// The folder shown in Dir1 (UTF-8); moving it refills List1.
-    std::string folder() const { return m_folder.toStdString(); }
+    /// The folder shown in Dir1 (UTF-8, the system's separators, as it is saved); moving it
+    /// refills List1.
+    std::string folder() const;
     void Dir1_Change(const QString& folder);
     void cmdRefresh_Click();
     void cmdTransfer_Click();
