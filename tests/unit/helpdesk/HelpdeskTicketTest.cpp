@@ -27,6 +27,10 @@ struct ValidationCase {
     std::string errors;
 };
 
+void PrintTo(const ValidationCase& c, std::ostream* out) {
+    *out << c.what;
+}
+
 class Validation : public ::testing::TestWithParam<ValidationCase> {};
 
 TEST_P(Validation, ListsEveryFailedCheckInOrder) {

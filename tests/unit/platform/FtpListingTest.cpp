@@ -12,6 +12,10 @@ struct ListingCase {
     std::vector<std::string> names;
 };
 
+void PrintTo(const ListingCase& c, std::ostream* out) {
+    *out << c.what;
+}
+
 class Listing : public ::testing::TestWithParam<ListingCase> {};
 
 TEST_P(Listing, NamesAreTakenWholeFromEachEntryLine) {
