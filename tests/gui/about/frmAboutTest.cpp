@@ -1,10 +1,15 @@
 #include "about/frmAbout.h"
 
 #include "core/ProgramVersion.h"
+#include "platform/Adapters.h"
 #include "tests/support/FakePorts.h"
 
+#include <QDeadlineTimer>
+#include <QFile>
 #include <QLabel>
 #include <QPushButton>
+#include <QTemporaryDir>
+#include <QThread>
 #include <gtest/gtest.h>
 
 namespace station {
@@ -34,10 +39,43 @@ TEST(frmAbout, SystemInformationButtonHiddenOnlyWithoutRegistryOrTool) {
         EXPECT_EQ(fake.dialogs.shown[0].text, "System Information Is Unavailable At This Time");
     }
     fake.registry.exists = false;
+    const auto oldPath = qgetenv("PATH");
     qputenv("PATH", "/nonexistent-folder");
     frmAbout withoutTool(state, fake.ports);
+    qputenv("PATH", oldPath);
     EXPECT_TRUE(withoutTool.cmdSysInfo->isHidden());
 }
+
+#ifndef _WIN32
+TEST(frmAbout, OnASystemWithoutRegistryTheInstalledInformationProgramIsStarted) {
+    QTemporaryDir bin;
+    const auto marker = bin.filePath(QStringLiteral("started"));
+    QFile tool(bin.filePath(QStringLiteral("hardinfo")));
+    ASSERT_TRUE(tool.open(QIODevice::WriteOnly));
+    tool.write("#!/bin/sh\ntouch '" + marker.toUtf8() + "'\n");
+    tool.close();
+    tool.setPermissions(QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    const auto oldPath = qgetenv("PATH");
+    qputenv("PATH", bin.path().toUtf8() + ":/usr/bin:/bin");
+
+    test::FakePorts fake;
+    auto registry = makeRegistry();
+    auto launcher = makeProcessLauncher();
+    Ports ports{fake.http,    fake.adapters,    fake.singleInstance, fake.browser, fake.dialogs,
+                fake.yield,   fake.clock,       fake.clientWindows,  *launcher,    fake.hostSocket,
+                fake.spooler, fake.textPrinter, fake.libraries,      fake.ftp,     *registry};
+    StationState state;
+    frmAbout window(state, ports);
+    EXPECT_FALSE(window.cmdSysInfo->isHidden());
+    window.cmdSysInfo_Click();
+    qputenv("PATH", oldPath);
+    EXPECT_TRUE(fake.dialogs.shown.empty());
+    QDeadlineTimer deadline(5000);
+    while (!QFile::exists(marker) && !deadline.hasExpired())
+        QThread::msleep(20);
+    EXPECT_TRUE(QFile::exists(marker)) << "the program was started";
+}
+#endif
 
 } // namespace
 } // namespace station
