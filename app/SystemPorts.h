@@ -1,6 +1,7 @@
 #pragma once
 #include "platform/Adapters.h"
 #include "platform/OffThread.h"
+#include "platform/OffThreadFtpClient.h"
 
 #include <memory>
 #include <string>
@@ -51,6 +52,10 @@ private:
     // there too.
     OffThreadFileDownloader m_downloader{makeFileDownloader(), *m_waiter, limits::downloadCap + limits::overrun};
     OffThreadSignatureVerifier m_signatures{makeSignatureVerifier(), *m_waiter, limits::verify};
+    // The uploader's sessions bound themselves; these only catch an overrun.
+    OffThreadFtpSessions m_ftp{
+        makeFtpSessions(), *m_waiter, {limits::ftpCommand + limits::overrun, limits::ftpTransferCap + limits::overrun}};
+    std::unique_ptr<Registry> m_registry = makeRegistry();
     Ports m_ports;
 };
 

@@ -56,4 +56,17 @@ std::unique_ptr<SharedLibraries> makeSharedLibraries();
 /// The card and check reader on a serial port (Qt SerialPort).
 std::unique_ptr<MicrReader> makeMicrReader();
 
+/// Bounds of every FTP session; the defaults are the station's (platform/Limits.h). Tests pass
+/// shorter ones.
+struct FtpLimits {
+    std::chrono::milliseconds connect = limits::connect;
+    std::chrono::milliseconds response = limits::ftpResponse;
+    std::chrono::milliseconds stall = limits::ftpStall;
+    std::chrono::milliseconds transferCap = limits::ftpTransferCap;
+    /// Extra trusted CA bundle (PEM) for servers that offer TLS; empty uses the system's store.
+    std::string caFile;
+};
+std::unique_ptr<FtpSessions> makeFtpSessions(FtpLimits limits = {});
+std::unique_ptr<Registry> makeRegistry();
+
 } // namespace station

@@ -1,12 +1,14 @@
 #pragma once
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 namespace station {
 
-/// One FTP session of the uploader: log in, work in one remote folder, list, store, delete.
+/// One FTP session of the uploader: log in, work in one remote folder, list, store, delete. The
+/// session keeps its login between operations until it is disconnected or the line breaks.
 class FtpClient {
 public:
     /// Called while a transfer runs with (busy, done, total).
@@ -22,6 +24,34 @@ public:
     virtual bool remove(const std::string& remoteName) = 0;
     /// The last error's description, empty when none.
     virtual std::string lastError() const = 0;
+};
+
+/// Opens one FTP session per window that needs one.
+class FtpSessions {
+public:
+    virtual ~FtpSessions() = default;
+    virtual std::unique_ptr<FtpClient> open() = 0;
+
+    /// For port bundles without FTP: every session refuses to log in.
+    static FtpSessions& none() {
+        class Refusing final : public FtpClient {
+        public:
+            bool login(const std::string&, const std::string&, const std::string&) override { return false; }
+            bool isConnected() const override { return false; }
+            void disconnect() override {}
+            bool changeFolder(const std::string&) override { return false; }
+            std::vector<std::string> list(const std::string&) override { return {}; }
+            bool store(const std::string&, const std::string&, const Progress&) override { return false; }
+            bool remove(const std::string&) override { return false; }
+            std::string lastError() const override { return "This station has no FTP client."; }
+        };
+        class NoSessions final : public FtpSessions {
+        public:
+            std::unique_ptr<FtpClient> open() override { return std::make_unique<Refusing>(); }
+        };
+        static NoSessions sessions;
+        return sessions;
+    }
 };
 
 } // namespace station

@@ -79,4 +79,20 @@ inline constexpr std::size_t readerMessage = 4096;
 inline constexpr std::size_t readerImage = 8u << 20;
 // --- end of card and check reader --------------------------------------------------------
 
+// ---- FTP (the uploader)
+
+/// Each answer of the FTP server to a command of the session (log-in, change of folder, delete).
+inline constexpr std::chrono::milliseconds ftpResponse = 15s;
+
+/// An upload or a listing ends when no byte has moved for this long: the uploader's transfer
+/// time-out of 30000 ms.
+inline constexpr std::chrono::milliseconds ftpStall = 30s;
+
+/// ...and, making progress all the while, after this long: large files on a slow store line
+/// still fit, a server trickling a byte now and then cannot hold the window for ever.
+inline constexpr std::chrono::milliseconds ftpTransferCap = 60min;
+
+/// A whole FTP command that moves no file (log-in, folder, delete): connect, then a few answers.
+inline constexpr std::chrono::milliseconds ftpCommand = connect + 2 * ftpResponse;
+
 } // namespace station::limits

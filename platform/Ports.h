@@ -4,11 +4,13 @@
 #include "platform/Clock.h"
 #include "platform/Dialogs.h"
 #include "platform/FileDownloader.h"
+#include "platform/FtpClient.h"
 #include "platform/HostSocket.h"
 #include "platform/HttpClient.h"
 #include "platform/MicrReader.h"
 #include "platform/NetworkAdapters.h"
 #include "platform/ProcessLauncher.h"
+#include "platform/Registry.h"
 #include "platform/SharedLibraries.h"
 #include "platform/SignatureVerifier.h"
 #include "platform/SingleInstance.h"
@@ -35,6 +37,9 @@ struct Ports {
     TextPrinter& textPrinter;
     SharedLibraries& libraries;
     MicrReader& micrReader;
+    // Uploader and about box. Bundles that never open them (most tests) leave these as they are.
+    FtpSessions& ftp = FtpSessions::none();
+    Registry& registry = Registry::none();
     // Program updates. A bundle without them (most test rigs) never downloads an update.
     FileDownloader* downloader = nullptr;
     SignatureVerifier* signatures = nullptr;

@@ -1,5 +1,6 @@
 #include "shell/Module1.h"
 
+#include "about/frmSplash.h"
 #include "host/frmFileSelection.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -7,6 +8,7 @@
 #include "shell/frmTerminal.h"
 
 #include <QApplication>
+#include <memory>
 
 namespace station::Module1 {
 
@@ -30,8 +32,14 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
     // The station lives in the tray while its window is hidden: closing a child window must
     // not end it.
     QApplication::setQuitOnLastWindowClosed(false);
+    // The splash stands while the main window loads its stores and settings from the service.
+    auto splash = std::make_unique<frmSplash>();
+    splash->show();
+    QApplication::processEvents();
     frmTerminal terminal(ports, config, service);
-    if (!terminal.Form_Load())
+    const bool loaded = terminal.Form_Load();
+    splash.reset();
+    if (!loaded)
         return 0;
     return QApplication::exec();
 }

@@ -66,7 +66,8 @@ constexpr ToolbarButton toolbarButtons[] = {
 } // namespace
 
 frmTerminal::frmTerminal(Ports& ports, const StationConfig& config, const ServiceClient& service, QWidget* parent)
-    : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()), m_ports(ports) {
+    : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()), m_ports(ports),
+      m_service(service), m_ftpHost(config.ftpHost) {
     setObjectName(QStringLiteral("frmTerminal"));
     buildControls();
     // The toolbar and tray menus stay as the users know them; the sign-on window has a key.
@@ -441,20 +442,20 @@ void frmTerminal::setTimerEnabled(bool enabled) {
 
 void frmTerminal::openUploader(int store) {
     if (!m_uploader)
-        m_uploader = new frmUploader(state(), store, this);
+        m_uploader = new frmUploader(state(), m_ports, m_service, m_ftpHost, store, this);
     m_uploader->setStoreIndex(store);
     m_uploader->show();
 }
 
 void frmTerminal::openHelpdesk() {
     if (!m_helpdesk)
-        m_helpdesk = new frmHelpdesk(state(), this);
+        m_helpdesk = new frmHelpdesk(state(), m_ports, m_service, this);
     m_helpdesk->show();
 }
 
 void frmTerminal::openAbout() {
     if (!m_about)
-        m_about = new frmAbout(state(), this);
+        m_about = new frmAbout(state(), m_ports, this);
     m_about->show();
 }
 

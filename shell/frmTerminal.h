@@ -121,6 +121,10 @@ private:
     bool m_unloading = false;
     std::map<QString, QToolButton*> m_buttons;
     std::map<QString, QLabel*> m_panels;
+    // Helpdesk, uploader and about box: the windows opened from the main window's commands.
+    Ports& m_ports;
+    const ServiceClient& m_service;
+    std::string m_ftpHost;
     QPointer<frmHelpdesk> m_helpdesk;
     QPointer<frmAbout> m_about;
     QPointer<frmUploader> m_uploader;

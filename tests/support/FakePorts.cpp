@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <fstream>
 #include <iterator>
+#include <utility>
 
 namespace station::test {
 
@@ -113,6 +114,90 @@ std::string storeListReply(std::size_t count, const std::string& station) {
             out += field + "|";
     }
     return out;
+}
+
+} // namespace station::test
+
+namespace station::test {
+
+namespace {
+
+class FakeFtpClient final : public FtpClient {
+public:
+    explicit FakeFtpClient(FakeFtpSessions& server) : m_server(server) {}
+
+    bool login(const std::string& host, const std::string& user, const std::string& password) override {
+        if (!begin("login " + host + " " + user + " " + password))
+            return false;
+        ++m_server.logins;
+        m_connected = true;
+        m_folder.clear();
+        return true;
+    }
+    bool isConnected() const override { return m_connected; }
+    void disconnect() override {
+        m_server.calls.push_back("disconnect");
+        m_connected = false;
+    }
+    bool changeFolder(const std::string& remoteFolder) override {
+        if (!begin("cd " + remoteFolder))
+            return false;
+        m_folder = remoteFolder;
+        m_server.folders[m_folder];
+        return true;
+    }
+    std::vector<std::string> list(const std::string& argument) override {
+        if (!begin("list " + argument))
+            return {};
+        std::vector<std::string> names;
+        for (const auto& entry : m_server.folders[m_folder])
+            names.push_back(entry.first);
+        return names;
+    }
+    bool store(const std::string& localPath, const std::string& remoteName, const Progress& progress) override {
+        if (!begin("store " + localPath + " as " + remoteName))
+            return false;
+        for (const auto step : m_server.progressSteps)
+            progress(true, step, m_server.progressSteps.back());
+        if (progress)
+            progress(false, 0, 0);
+        m_server.folders[m_folder][remoteName] = localPath;
+        return true;
+    }
+    bool remove(const std::string& remoteName) override {
+        if (!begin("delete " + remoteName))
+            return false;
+        return m_server.folders[m_folder].erase(remoteName) == 1 || fail("550 " + remoteName + ": not found");
+    }
+    std::string lastError() const override { return m_error; }
+
+private:
+    bool begin(const std::string& call) {
+        m_server.calls.push_back(call);
+        m_error.clear();
+        if (!m_server.failNext || call.rfind(m_server.failWhen, 0) != 0)
+            return true;
+        m_server.failWhen.clear();
+        const auto why = *std::exchange(m_server.failNext, std::nullopt);
+        if (m_server.dropLine)
+            m_connected = false;
+        return fail(why);
+    }
+    bool fail(const std::string& why) {
+        m_error = why;
+        return false;
+    }
+
+    FakeFtpSessions& m_server;
+    bool m_connected = false;
+    std::string m_folder;
+    std::string m_error;
+};
+
+} // namespace
+
+std::unique_ptr<FtpClient> FakeFtpSessions::open() {
+    return std::make_unique<FakeFtpClient>(*this);
 }
 
 } // namespace station::test

@@ -6,6 +6,7 @@
 #include <deque>
 #include <functional>
 #include <map>
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -277,6 +278,38 @@ public:
     Result verifyFile(const std::string& path, const std::string& signature, const std::string& publicKey) override;
 };
 
+/// An FTP server in memory: folders of named files, the sessions' calls in order, and faults on
+/// demand. Every session the fake opens works on the same server.
+class FakeFtpSessions : public FtpSessions {
+public:
+    std::map<std::string, std::map<std::string, std::string>> folders;
+    std::vector<std::string> calls;
+    int logins = 0;
+    /// When set, the next call fails with this description (and, if `dropLine`, disconnects).
+    std::optional<std::string> failNext;
+    bool dropLine = false;
+    /// When set, the next call that begins with this text fails with `failNext`.
+    std::string failWhen;
+    /// Called as a file is stored, with (busy, done, total) steps of the fake's own choosing.
+    std::vector<std::uint64_t> progressSteps;
+
+    std::unique_ptr<FtpClient> open() override;
+};
+
+/// Registry values by key and name.
+class FakeRegistry : public Registry {
+public:
+    bool exists = true;
+    std::map<std::pair<std::string, std::string>, std::string> values;
+    bool present() const override { return exists; }
+    std::optional<std::string> localMachineValue(const std::string& key, const std::string& name) override {
+        const auto it = values.find({key, name});
+        if (it == values.end())
+            return std::nullopt;
+        return it->second;
+    }
+};
+
 /// One of each fake, with the Ports view over them.
 struct FakePorts {
     FakeHttp http;
@@ -293,8 +326,11 @@ struct FakePorts {
     FakeTextPrinter textPrinter;
     FakeLibraries libraries;
     FakeMicrReader micrReader;
+    FakeFtpSessions ftp;
+    FakeRegistry registry;
     Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,     clock,
-                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, micrReader};
+                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, micrReader,
+                ftp,           registry};
 };
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".

@@ -32,6 +32,9 @@ constexpr const char* usage = R"(usage:
   devservice settings --db FILE [--station ID]
   devservice tickets --db FILE
   devservice alerts --db FILE
+  devservice oncall --db FILE
+  devservice set-oncall --db FILE [EMAIL ...]            (replaces the on-call list)
+  devservice uploads --db FILE
   devservice versions --db FILE
   devservice requests --db FILE [--key KEY]
   devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.pem]
@@ -305,6 +308,20 @@ int dispatch(const Arguments& a, std::ostream& out, std::ostream& err, const std
     if (c == "alerts") {
         for (const auto& text : openDatabase(a)->alerts())
             out << escapeForLine(text) << '\n';
+        return exitOk;
+    }
+    if (c == "oncall") {
+        for (const auto& email : openDatabase(a)->onCall())
+            out << email << '\n';
+        return exitOk;
+    }
+    if (c == "set-oncall") {
+        openDatabase(a)->replaceOnCall(a.positional);
+        return exitOk;
+    }
+    if (c == "uploads") {
+        for (const auto& [station, saved] : openDatabase(a)->uploadFolders())
+            out << tabbed({std::to_string(saved.record), station, saved.folder}) << '\n';
         return exitOk;
     }
     if (c == "versions") {

@@ -24,11 +24,11 @@ CREATE TABLE IF NOT EXISTS versions (
 CREATE TABLE IF NOT EXISTS update_bases (station TEXT PRIMARY KEY, url TEXT NOT NULL);
 CREATE TABLE IF NOT EXISTS report_formats (
     prefix TEXT PRIMARY KEY COLLATE NOCASE, font TEXT NOT NULL, size TEXT NOT NULL, orientation TEXT NOT NULL);
-CREATE TABLE IF NOT EXISTS tickets (
-    number INTEGER PRIMARY KEY,
-    email TEXT, contact_name TEXT, product_code TEXT, chain TEXT, serial TEXT, summary TEXT, problem TEXT,
-    date_created TEXT NOT NULL DEFAULT (datetime('now')),
-    phone TEXT, status TEXT, location_name TEXT, priority TEXT);
+CREATE TABLE IF NOT EXISTS tblTickets (
+    ticketnumber INTEGER PRIMARY KEY,
+    emailaddress TEXT, contactname TEXT, productcode TEXT, chain TEXT, serial TEXT, summary TEXT, problem TEXT,
+    datecreated TEXT NOT NULL DEFAULT (datetime('now')),
+    phonenumber TEXT, status TEXT, locationname TEXT, prioritycode TEXT);
 CREATE TABLE IF NOT EXISTS on_call (email TEXT PRIMARY KEY);
 CREATE TABLE IF NOT EXISTS alerts (id INTEGER PRIMARY KEY, text TEXT NOT NULL,
     received_at TEXT NOT NULL DEFAULT (datetime('now')));
@@ -260,9 +260,9 @@ void Database::putReportFormat(const std::string& prefix, const ReportFormat& fo
 
 std::int64_t Database::addTicket(const TicketFields& f) {
     std::lock_guard lock(m_mutex);
-    m_db.run("INSERT INTO tickets (number, email, contact_name, product_code, chain, serial, summary, problem, "
-             "phone, status, location_name, priority) "
-             "VALUES ((SELECT COALESCE(MAX(number) + 1, ?) FROM tickets), ?,?,?,?,?,?,?,?,?,?,?)",
+    m_db.run("INSERT INTO tblTickets (ticketnumber, emailaddress, contactname, productcode, chain, serial, summary, "
+             "problem, phonenumber, status, locationname, prioritycode) "
+             "VALUES ((SELECT COALESCE(MAX(ticketnumber) + 1, ?) FROM tblTickets), ?,?,?,?,?,?,?,?,?,?,?)",
              {firstTicketNumber, f.email, f.contactName, f.productCode, f.chain, f.serial, f.summary, f.problem,
               f.phone, f.status, f.locationName, f.priority});
     return m_db.lastInsertId();
@@ -271,8 +271,9 @@ std::int64_t Database::addTicket(const TicketFields& f) {
 std::vector<Ticket> Database::tickets() {
     std::lock_guard lock(m_mutex);
     std::vector<Ticket> out;
-    for (auto& r : m_db.query("SELECT number, date_created, email, contact_name, product_code, chain, serial, "
-                              "summary, problem, phone, status, location_name, priority FROM tickets ORDER BY number"))
+    for (auto& r : m_db.query("SELECT ticketnumber, datecreated, emailaddress, contactname, productcode, chain, "
+                              "serial, summary, problem, phonenumber, status, locationname, prioritycode "
+                              "FROM tblTickets ORDER BY ticketnumber"))
         out.push_back({toInt(r[0]), r[1], {r[2], r[3], r[4], r[5], r[6], r[7], r[8], r[9], r[10], r[11], r[12]}});
     return out;
 }
@@ -285,6 +286,21 @@ std::vector<std::string> Database::onCall() {
 void Database::addOnCall(const std::string& email) {
     std::lock_guard lock(m_mutex);
     m_db.run("INSERT OR IGNORE INTO on_call VALUES (?)", {email});
+}
+
+void Database::replaceOnCall(const std::vector<std::string>& emails) {
+    std::lock_guard lock(m_mutex);
+    m_db.run("DELETE FROM on_call");
+    for (const auto& email : emails)
+        m_db.run("INSERT OR IGNORE INTO on_call VALUES (?)", {email});
+}
+
+std::vector<std::pair<std::string, UploadFolder>> Database::uploadFolders() {
+    std::lock_guard lock(m_mutex);
+    std::vector<std::pair<std::string, UploadFolder>> out;
+    for (auto& r : m_db.query("SELECT station, folder, record FROM uploads ORDER BY record"))
+        out.push_back({r[0], {r[1], toInt(r[2])}});
+    return out;
 }
 
 void Database::addAlert(const std::string& text) {

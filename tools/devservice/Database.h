@@ -99,10 +99,13 @@ public:
 
     std::vector<std::string> onCall();
     void addOnCall(const std::string& email);
+    void replaceOnCall(const std::vector<std::string>& emails);
     void addAlert(const std::string& text);
     std::vector<std::string> alerts();
 
     std::optional<UploadFolder> uploadFolder(const std::string& station);
+    /// Every station's saved folder, by record number.
+    std::vector<std::pair<std::string, UploadFolder>> uploadFolders();
     void putUploadFolder(const std::string& station, const std::string& folder);
 
     void logRequest(const LoggedRequest& request);

@@ -23,6 +23,13 @@ std::pair<std::string, std::string> cutAtFirstBar(const std::string& value) {
     return {value.substr(0, bar), value.substr(bar + 1)};
 }
 
+/// `text` with every "&amp;" written back as "&".
+std::string unescapeAmpersands(std::string text) {
+    for (std::size_t at = text.find("&amp;"); at != std::string::npos; at = text.find("&amp;", at + 1))
+        text.replace(at, 5, "&");
+    return text;
+}
+
 } // namespace
 
 std::string Handlers::reply(const RequestBody& request) {
@@ -112,8 +119,14 @@ std::string Handlers::reportFormat(const std::string& prefix) {
     return format->font + "|" + format->size + "|" + format->orientation + "|x";
 }
 
+// Helpdesk ticket record (h=1&hd=), eleven values each ended by "|", filed into tblTickets:
+//   emailaddress|contactname|productcode|chain|serial|summary|problem|phonenumber|status|
+//   locationname|prioritycode|
+// datecreated is the service's own clock; ticketnumber counts up from 10001 and is the reply
+// ("10001|"). The station writes every "&" as "&amp;" (the record once travelled inside an XML
+// statement): the ticket keeps the text as the person typed it.
 std::string Handlers::helpdeskTicket(const std::string& record) {
-    auto f = endedFields(record);
+    auto f = endedFields(unescapeAmpersands(record));
     if (f.size() < ticketFields)
         return {};
     // The problem (seventh value) is the only free text likely to hold a "|" of its own; the values
@@ -127,6 +140,9 @@ std::string Handlers::helpdeskTicket(const std::string& record) {
     return std::to_string(m_db.addTicket(ticket)) + "|";
 }
 
+// On-call list (h=1&oncall=1): one e-mail address per piece, each ended by "|". Alert
+// (h=1&alert=TEXT): items "address|marker " (marker A for on-call staff, I for the writer of the
+// ticket); kept as sent for whoever sends the mails.
 std::string Handlers::onCallList(const std::string&) {
     return joinEnded(m_db.onCall());
 }

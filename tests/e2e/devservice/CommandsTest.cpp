@@ -91,6 +91,18 @@ TEST_F(CommandsTest, ListingsKeepOneRecordPerLine) {
     EXPECT_EQ(run({"settings", "--station", "NONE"}), 1);
 }
 
+TEST_F(CommandsTest, OnCallListIsReplacedAndUploadFoldersListed) {
+    EXPECT_EQ(run({"set-oncall", "a@x", "b@x"}), 0);
+    EXPECT_EQ(ask("h=1&oncall=1"), "a@x|b@x|");
+    EXPECT_EQ(run({"set-oncall"}), 0);
+    EXPECT_EQ(ask("h=1&oncall=1"), "");
+    ask("insertupload=AABB|C:\\out|");
+    ask("insertupload=CCDD|/srv/x|");
+    ASSERT_EQ(run({"uploads"}), 0);
+    ASSERT_EQ(lines().size(), 2u);
+    EXPECT_EQ(lines()[0].substr(lines()[0].find('\t')), "\tAABB\tC:\\\\out");
+}
+
 TEST_F(CommandsTest, SetReplyAndClearReply) {
     run({"set-reply", "--station", "AABB", "broken|"});
     EXPECT_EQ(ask("mac=AABB"), "broken|");

@@ -133,7 +133,7 @@ TEST_F(HandlersTest, HelpdeskTicketGetsIncreasingNumbersAndKeepsValues) {
     ASSERT_EQ(tickets.size(), 2u);
     const auto& f = tickets[0].fields;
     EXPECT_EQ(f.email, "me@x.example");
-    EXPECT_EQ(f.problem, "3) Urgent (6 hours)\r\nA&amp;B broke\r\n");
+    EXPECT_EQ(f.problem, "3) Urgent (6 hours)\r\nA&B broke\r\n") << "filed as typed";
     EXPECT_EQ(f.locationName, "1234500001 - STORE01");
     EXPECT_EQ(f.priority, "26");
     EXPECT_FALSE(tickets[0].dateCreated.empty());
