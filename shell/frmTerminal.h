@@ -130,7 +130,6 @@ private:
     QPointer<frmUploader> m_uploader;
     QPointer<frmDisplayPole> m_pole;
     QPointer<frmGetInfo> m_getInfo;
-    Ports& m_ports;
 };
 
 } // namespace station
