@@ -147,6 +147,10 @@ bool ProgramUpdates::downloadInstaller(const std::string& url) {
     fs::create_directories(installFolder(), ignored);
     const auto partial = partialFile();
     const auto validatorFile = fs::path(partial) += ".validator";
+    // The installer is written as it arrives: a folder that cannot take it is a failed write,
+    // which the check reports, not a transfer to retry quietly under "Downloading...".
+    if (!std::ofstream(partial, std::ios::binary | std::ios::app))
+        throw UpdateFailure("cannot write " + utf8(partial));
 
     // What an earlier try left is continued only when the server's validator for it is known.
     FileDownloader::Request request{url, utf8(partial), 0, {}};

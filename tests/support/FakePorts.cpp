@@ -46,6 +46,10 @@ FileDownloader::Result FakeDownloader::download(const Request& request, const Pr
                      std::ios::binary | std::ios::in | std::ios::out | (rest ? std::ios::ate : std::ios::trunc));
     if (!out.is_open())
         out.open(request.path, std::ios::binary | std::ios::out | std::ios::trunc);
+    if (!out.is_open()) { // as the real one: the answer is refused when its file cannot be written
+        result.error = "cannot write " + request.path;
+        return result;
+    }
     if (rest)
         out.seekp(static_cast<std::streamoff>(from));
     if (to > from)
