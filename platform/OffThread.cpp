@@ -192,70 +192,24 @@ HttpClient::Response OffThreadHttpClient::post(const std::string& url, const std
 }
 
 HttpClient::Response OffThreadHttpClient::get(const std::string& url, const BasicAuth* auth, const Progress& progress) {
-    // The transfer's progress, handed from its thread to the caller's.
-    struct Moving {
-        std::mutex mutex;
-        std::uint64_t received = 0;
-        std::uint64_t total = 0;
-        bool fresh = false;
-        std::atomic<bool> cancelled{false};
-    };
-    auto moving = std::make_shared<Moving>();
     std::optional<BasicAuth> credentials;
     if (auth)
         credentials = *auth;
-
+    auto relay = std::make_shared<ProgressRelay<std::uint64_t, std::uint64_t>>();
     auto box = std::make_shared<CallResult<Response>>();
     auto done = std::make_shared<Completion>();
-    auto call = [inner = m_inner, running = std::make_shared<const Running>(m_running), url, credentials, moving,
-                 relay = static_cast<bool>(progress)] {
+    auto call = [inner = m_inner, running = std::make_shared<const Running>(m_running), url, credentials, relay,
+                 shown = static_cast<bool>(progress)] {
         Progress onThread;
-        if (relay)
-            onThread = [moving](std::uint64_t received, std::uint64_t total) {
-                if (moving->cancelled)
-                    throw std::runtime_error("the transfer was cancelled");
-                std::lock_guard lock(moving->mutex);
-                moving->received = received;
-                moving->total = total;
-                moving->fresh = true;
-            };
+        if (shown)
+            onThread = [relay](std::uint64_t received, std::uint64_t total) { relay->record(received, total); };
         return inner->get(url, credentials ? &*credentials : nullptr, onThread);
     };
     if (!startThread(CallResult<Response>::into(box, std::move(call)), done))
         return failed("cannot start a transfer");
-
-    const auto deliver = [&] {
-        std::uint64_t received = 0, total = 0;
-        {
-            std::lock_guard lock(moving->mutex);
-            if (!moving->fresh)
-                return;
-            moving->fresh = false;
-            received = moving->received;
-            total = moving->total;
-        }
-        try {
-            progress(received, total);
-        } catch (...) {
-            moving->cancelled = true;
-            throw;
-        }
-    };
-    // Progress is shown a few times a second; without a callback the wait is one piece.
-    using namespace std::chrono_literals;
-    const auto slice = progress ? std::chrono::milliseconds(100) : m_bounds.get;
-    const auto deadline = std::chrono::steady_clock::now() + m_bounds.get;
-    for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left <= 0ms)
-            return failed("the transfer did not end within " + seconds(m_bounds.get));
-        const bool finished = m_waiter.wait(*done, std::min(slice, left));
-        if (progress)
-            deliver();
-        if (finished)
-            return box->take();
-    }
+    if (!relay->wait(m_waiter, *done, m_bounds.get, progress))
+        return failed("the transfer did not end within " + seconds(m_bounds.get));
+    return box->take();
 }
 
 // ---- OffThreadFileDownloader
@@ -270,28 +224,14 @@ int OffThreadFileDownloader::running() const {
 }
 
 FileDownloader::Result OffThreadFileDownloader::download(const Request& request, const Progress& progress) {
-    struct Moving {
-        std::mutex mutex;
-        std::uint64_t received = 0;
-        std::uint64_t total = 0;
-        bool fresh = false;
-        std::atomic<bool> cancelled{false};
-    };
-    auto moving = std::make_shared<Moving>();
+    auto relay = std::make_shared<ProgressRelay<std::uint64_t, std::uint64_t>>();
     auto box = std::make_shared<CallResult<Result>>();
     auto done = std::make_shared<Completion>();
-    auto call = [inner = m_inner, running = std::make_shared<const Running>(m_running), request, moving,
-                 relay = static_cast<bool>(progress)] {
+    auto call = [inner = m_inner, running = std::make_shared<const Running>(m_running), request, relay,
+                 shown = static_cast<bool>(progress)] {
         Progress onThread;
-        if (relay)
-            onThread = [moving](std::uint64_t received, std::uint64_t total) {
-                if (moving->cancelled)
-                    throw std::runtime_error("the download was cancelled");
-                std::lock_guard lock(moving->mutex);
-                moving->received = received;
-                moving->total = total;
-                moving->fresh = true;
-            };
+        if (shown)
+            onThread = [relay](std::uint64_t received, std::uint64_t total) { relay->record(received, total); };
         return inner->download(request, onThread);
     };
     const auto failure = [](std::string why) {
@@ -301,41 +241,10 @@ FileDownloader::Result OffThreadFileDownloader::download(const Request& request,
     };
     if (!startThread(CallResult<Result>::into(box, std::move(call)), done))
         return failure("cannot start a transfer");
-
-    const auto deliver = [&] {
-        std::uint64_t received = 0, total = 0;
-        {
-            std::lock_guard lock(moving->mutex);
-            if (!moving->fresh)
-                return;
-            moving->fresh = false;
-            received = moving->received;
-            total = moving->total;
-        }
-        try {
-            progress(received, total);
-        } catch (...) {
-            moving->cancelled = true;
-            throw;
-        }
-    };
-    using namespace std::chrono_literals;
-    const auto slice = progress ? std::chrono::milliseconds(100) : m_limit;
-    const auto deadline = std::chrono::steady_clock::now() + m_limit;
-    for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left <= 0ms) {
-            // The thread may still write to the file: stop it at its next piece.
-            moving->cancelled = true;
-            return failure("the download did not end within " + seconds(m_limit));
-        }
-        const bool finished = m_waiter.wait(*done, std::min(slice, left));
-        if (progress)
-            deliver();
-        if (finished)
-            return box->take();
-    }
+    // Past the limit the thread may still write to the file: the relay stops it at its next piece.
+    if (!relay->wait(m_waiter, *done, m_limit, progress))
+        return failure("the download did not end within " + seconds(m_limit));
+    return box->take();
 }
 
 // ---- OffThreadSignatureVerifier

@@ -13,12 +13,17 @@
 #include "platform/TextPrinter.h"
 #include "platform/Waiter.h"
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <exception>
 #include <functional>
 #include <memory>
+#include <mutex>
 #include <optional>
+#include <stdexcept>
 #include <string>
+#include <tuple>
 #include <type_traits>
 #include <vector>
 
@@ -81,6 +86,66 @@ template <class R> struct CallResult {
             std::rethrow_exception(error);
         return std::move(*value);
     }
+};
+
+/// The progress of a transfer on a worker thread, handed to the waiting caller's thread: the worker
+/// records the newest figures, the caller shows them a few times a second while it waits. When
+/// the caller's display throws (its window went away) or its limit passes, the transfer is
+/// stopped at the next figures it records.
+template <class... Figures> class ProgressRelay {
+public:
+    using Show = std::function<void(Figures...)>;
+
+    /// On the worker.
+    void record(Figures... figures) {
+        if (m_cancelled)
+            throw std::runtime_error("the transfer was cancelled");
+        std::lock_guard lock(m_mutex);
+        m_figures = std::tuple(figures...);
+        m_fresh = true;
+    }
+    /// On the caller: waits for `done` at most `limit`, showing progress through `show` (which may
+    /// be empty); false when the limit passed first.
+    bool wait(Waiter& waiter, Completion& done, std::chrono::milliseconds limit, const Show& show) {
+        const auto slice = show ? std::chrono::milliseconds(100) : limit;
+        const auto deadline = std::chrono::steady_clock::now() + limit;
+        for (;;) {
+            const auto left =
+                std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
+            if (left <= std::chrono::milliseconds::zero()) {
+                m_cancelled = true;
+                return false;
+            }
+            const bool finished = waiter.wait(done, std::min(slice, left));
+            if (show)
+                deliver(show);
+            if (finished)
+                return true;
+        }
+    }
+
+private:
+    void deliver(const Show& show) {
+        std::tuple<Figures...> figures;
+        {
+            std::lock_guard lock(m_mutex);
+            if (!m_fresh)
+                return;
+            m_fresh = false;
+            figures = m_figures;
+        }
+        try {
+            std::apply(show, figures);
+        } catch (...) {
+            m_cancelled = true;
+            throw;
+        }
+    }
+
+    std::mutex m_mutex;
+    std::tuple<Figures...> m_figures{};
+    bool m_fresh = false;
+    std::atomic<bool> m_cancelled{false};
 };
 
 /// HttpClient whose transfers each run on a thread of their own while the caller waits. The

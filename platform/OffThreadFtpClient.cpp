@@ -33,16 +33,6 @@ struct Session {
     std::string lastError;
 };
 
-/// The progress of an upload, handed from its thread to the caller's.
-struct Moving {
-    std::mutex mutex;
-    bool busy = false;
-    std::uint64_t done = 0;
-    std::uint64_t total = 0;
-    bool fresh = false;
-    std::atomic<bool> cancelled{false};
-};
-
 std::string seconds(std::chrono::milliseconds bound) {
     return std::to_string((bound.count() + 999) / 1000) + " s";
 }
@@ -165,24 +155,18 @@ private:
 };
 
 bool OffThreadFtpClient::store(const std::string& localPath, const std::string& remoteName, const Progress& progress) {
-    auto moving = std::make_shared<Moving>();
+    auto relay = std::make_shared<ProgressRelay<bool, std::uint64_t, std::uint64_t>>();
     auto box = std::make_shared<CallResult<bool>>();
     auto done = std::make_shared<Completion>();
     if (m_session->inCall.exchange(true)) {
         fail("The FTP server has still not answered an earlier request.");
         return false;
     }
-    auto job = [box, moving, localPath, remoteName, relay = static_cast<bool>(progress)](FtpClient& client) {
+    auto job = [box, relay, localPath, remoteName, shown = static_cast<bool>(progress)](FtpClient& client) {
         Progress onThread;
-        if (relay)
-            onThread = [moving](bool busy, std::uint64_t sent, std::uint64_t total) {
-                if (moving->cancelled)
-                    throw std::runtime_error("the transfer was cancelled");
-                std::lock_guard lock(moving->mutex);
-                moving->busy = busy;
-                moving->done = sent;
-                moving->total = total;
-                moving->fresh = true;
+        if (shown)
+            onThread = [relay](bool busy, std::uint64_t sent, std::uint64_t total) {
+                relay->record(busy, sent, total);
             };
         CallResult<bool>::into(box, [&] { return client.store(localPath, remoteName, onThread); })();
     };
@@ -190,42 +174,11 @@ bool OffThreadFtpClient::store(const std::string& localPath, const std::string& 
         fail("cannot start an FTP transfer");
         return false;
     }
-    const auto deliver = [&] {
-        bool busy = false;
-        std::uint64_t moved = 0, total = 0;
-        {
-            std::lock_guard lock(moving->mutex);
-            if (!moving->fresh)
-                return;
-            moving->fresh = false;
-            busy = moving->busy;
-            moved = moving->done;
-            total = moving->total;
-        }
-        try {
-            progress(busy, moved, total);
-        } catch (...) {
-            moving->cancelled = true;
-            throw;
-        }
-    };
-    // Progress is shown a few times a second; without a callback the wait is one piece.
-    using namespace std::chrono_literals;
-    const auto slice = progress ? std::chrono::milliseconds(100) : m_bounds.transfer;
-    const auto deadline = std::chrono::steady_clock::now() + m_bounds.transfer;
-    for (;;) {
-        const auto left =
-            std::chrono::duration_cast<std::chrono::milliseconds>(deadline - std::chrono::steady_clock::now());
-        if (left <= 0ms) {
-            giveUp("The upload did not end within " + seconds(m_bounds.transfer) + ".");
-            return false;
-        }
-        const bool finished = m_waiter.wait(*done, std::min(slice, left));
-        if (progress)
-            deliver();
-        if (finished)
-            return box->take();
+    if (!relay->wait(m_waiter, *done, m_bounds.transfer, progress)) {
+        giveUp("The upload did not end within " + seconds(m_bounds.transfer) + ".");
+        return false;
     }
+    return box->take();
 }
 
 } // namespace
