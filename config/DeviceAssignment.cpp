@@ -58,7 +58,7 @@ void saveDeviceChoice(StationState& state, const DeviceChoice& choice, ClientWin
     settings.set("Prefix", choice.prefix.substr(0, 100));
     settings.set("CC", choice.port);
 
-    state.clientWindow = windows.findByTitle(text::fromWire("GS Telnet Client   " + state.loginHost));
+    state.clientWindow = windows.findByTitle(text::fromWire(clientWindowTitle(state.loginHost)));
     if (state.clientWindow >= 1 && !unchanged)
         dialogs.message(std::string(printerChangeMessage), Dialogs::Icon::Information, Dialogs::Buttons::Ok,
                         std::string(printerChangeTitle));

@@ -67,6 +67,12 @@ struct ConnectionSettings {
     std::string filePath; ///< the connection file last loaded or saved; empty until then
 };
 
+/// Title of the telnet client's window as it opens for store host `host`: the main window and
+/// the device window both look for the client by it.
+inline std::string clientWindowTitle(const std::string& host) {
+    return "GS Telnet Client   " + host;
+}
+
 struct StationState {
     std::string stationId;
     StoreTable stores;

@@ -7,10 +7,6 @@
 
 namespace station {
 
-namespace {
-constexpr const char* titlePrefix = "GS Telnet Client   ";
-}
-
 std::string missingItems(const StoreEntry& entry) {
     const std::pair<const std::string*, const char*> items[] = {
         {&entry.terminalNumber, "Terminal Number"}, {&entry.userName, "Username"},      {&entry.password, "Password"},
@@ -63,12 +59,8 @@ std::string clientCommandLine(const std::string& programPath, const std::string&
     return program + " " + arguments + " -x" + serialNumber;
 }
 
-std::string clientTitle(const std::string& clusterAddress) {
-    return titlePrefix + clusterAddress;
-}
-
 std::string connectedTitle(const StoreEntry& entry) {
-    return titlePrefix + entry.clusterAddress + " x:" + entry.serialNumber;
+    return clientWindowTitle(entry.clusterAddress) + " x:" + entry.serialNumber;
 }
 
 std::string maintenanceText(const StoreEntry& entry) {

@@ -26,8 +26,6 @@ std::string clientArguments(const StoreEntry& entry, StationSettings& settings);
 std::string clientCommandLine(const std::string& programPath, const std::string& arguments,
                               const std::string& serialNumber);
 
-/// Title of the client window as it opens.
-std::string clientTitle(const std::string& clusterAddress);
 /// Title of the client window once it is connected.
 std::string connectedTitle(const StoreEntry& entry);
 

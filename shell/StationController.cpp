@@ -169,7 +169,7 @@ void StationController::connectStore(int row) {
 
     m_ports.yield.pause(clientStartWait);
     m_state.loginHost = entry.clusterAddress;
-    m_state.clientWindow = m_ports.clientWindows.findByTitle(text::fromWire(clientTitle(entry.clusterAddress)));
+    m_state.clientWindow = m_ports.clientWindows.findByTitle(text::fromWire(clientWindowTitle(entry.clusterAddress)));
     if (m_state.clientWindow)
         m_ports.clientWindows.show(m_state.clientWindow);
     putAway();
