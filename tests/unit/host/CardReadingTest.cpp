@@ -32,8 +32,7 @@ TEST_P(PortNumberTest, LastOneOrTwoCharacters) {
     EXPECT_EQ(readerPortNumber(GetParam().port), GetParam().number);
 }
 INSTANTIATE_TEST_SUITE_P(Ports, PortNumberTest,
-                         testing::Values(PortNumberCase{"COM7", "7"}, PortNumberCase{"COM3", "3"},
-                                         PortNumberCase{"COM12", "12"}, PortNumberCase{"COM10", "10"},
+                         testing::Values(PortNumberCase{"COM7", "7"}, PortNumberCase{"COM12", "12"},
                                          PortNumberCase{"COM100", "00"}, PortNumberCase{"7", "7"}));
 
 struct SetupCase {
@@ -54,8 +53,7 @@ TEST_P(ReaderTypeTest, TypeChoosesBaudAndOneCommandSet) {
     EXPECT_EQ(setup.startArgument, "0002");
 }
 INSTANTIATE_TEST_SUITE_P(Types, ReaderTypeTest,
-                         testing::Values(SetupCase{"mini MICR", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
-                                         SetupCase{"  Mini Micr ", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
+                         testing::Values(SetupCase{"  Mini Micr ", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
                                          SetupCase{"mini micr", false, ReaderKind::MiniMicr, "57600,N,8,1", 4},
                                          SetupCase{"MICRImage", true, ReaderKind::Standard, "115200,N,8,1", 6},
                                          SetupCase{"", false, ReaderKind::Standard, "115200,N,8,1", 6},
@@ -117,12 +115,6 @@ public:
         fake.micrReader.onReadComplete([this] { m_task->readComplete(); });
         return *m_task;
     }
-    std::vector<std::string> messages() const {
-        std::vector<std::string> out;
-        for (const auto& m : fake.dialogs.shown)
-            out.push_back(m.text);
-        return out;
-    }
 
     fs::path dir = [] {
         auto d = fs::temp_directory_path() /
@@ -161,7 +153,7 @@ TEST_F(ReaderTaskTest, CardWithTrackThreeEmptyGivesFourLines) {
     fake.micrReader.tracks = {"B4111^DOE", "4111=2512", ""};
     fake.micrReader.complete();
     EXPECT_EQ(fileText(result), "3\r\n00009B4111^DOE\r\n000094111=2512\r\n00000\r\n");
-    EXPECT_TRUE(messages().empty());
+    EXPECT_TRUE(fake.dialogs.texts().empty());
     EXPECT_EQ(fake.micrReader.calls.back(), "close");
     EXPECT_TRUE(view.finished());
 }
@@ -203,7 +195,7 @@ TEST_P(ReaderTaskEnds, WithAnEmptyResultFile) {
         t.start();
     if (!view.finished() && fake.micrReader.completeHandler && fake.dialogs.shown.empty())
         fake.micrReader.complete();
-    EXPECT_EQ(messages(), c.messages);
+    EXPECT_EQ(fake.dialogs.texts(), c.messages);
     EXPECT_EQ(fileText(result), "\r\n");
     EXPECT_TRUE(view.finished());
 }
