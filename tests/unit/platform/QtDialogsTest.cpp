@@ -31,7 +31,6 @@ TEST_P(FileFilter, BecomesQtForm) {
 
 INSTANTIATE_TEST_SUITE_P(Filters, FileFilter,
                          testing::Values(FilterCase{"Open Connections | *.XML", "Open Connections (*.XML)"},
-                                         FilterCase{"Connection File | *.xml", "Connection File (*.xml)"},
                                          FilterCase{"Pictures|*.bmp;*.gif| All files |*.*",
                                                     "Pictures (*.bmp *.gif);;All files (*.*)"},
                                          FilterCase{"Reports| *.txt ; ;*.prn ", "Reports (*.txt *.prn)"},

@@ -158,13 +158,11 @@ TEST_P(StoreListReadTest, ReadsRecordsWithTheStride) {
 
 INSTANTIATE_TEST_SUITE_P(Replies, StoreListReadTest,
                          testing::Values(StoreReplyCase{"none", 0, 0, false, 0, false, 0},
-                                         StoreReplyCase{"one", 1, 0, true, 1, false, 0},
                                          StoreReplyCase{"two", 2, 0, true, 2, false, 0},
                                          StoreReplyCase{"full", 300, 0, true, 300, false, 0},
                                          StoreReplyCase{"overfull", 301, 0, true, 300, false, 1},
                                          StoreReplyCase{"tenFieldsOnly", 1, -1, false, 0, false, 0},
                                          StoreReplyCase{"oneAndAHalf", 1, 5, true, 1, true, 0},
-                                         StoreReplyCase{"oneAndOneField", 1, 1, true, 1, true, 0},
                                          StoreReplyCase{"lastFieldTakesTheTrailingPiece", 2, -1, true, 2, false, 0},
                                          StoreReplyCase{"twoLessTwo", 2, -2, true, 1, true, 0}),
                          [](const auto& param) { return param.param.name; });
