@@ -156,12 +156,6 @@ TEST_F(StorePoll, OddKeysAndUnknownStoresAndTheLastPiece) {
     EXPECT_EQ(statuses(), "[R][R][Y][R][R][R]");
 }
 
-TEST_F(StorePoll, AReplyWithoutBarNamesNothing) {
-    reply("S1");
-    sync.storeMaintenancePoll();
-    EXPECT_EQ(statuses(4), "[R][R][R][R]");
-}
-
 TEST_F(StorePoll, ALongReplyOfRepeatedKeysIsWalkedOnce) {
     std::string many;
     for (int i = 0; i < 200'000; ++i)

@@ -157,11 +157,10 @@ INSTANTIATE_TEST_SUITE_P(
                     PortCase{"COM12", false, std::nullopt, "/dev/ttyS11"},
                     PortCase{"com3", false, std::nullopt, "/dev/ttyS2"},
                     PortCase{"COM7", false, "/tmp/rig", (std::filesystem::path("/tmp/rig") / "COM7").string()},
-                    PortCase{"COM7", true, "/tmp/rig", "\\\\.\\COM7"}, PortCase{"COM12", true, {}, "\\\\.\\COM12"},
-                    PortCase{"COM0", false, {}, std::nullopt}, PortCase{"COM00", true, {}, std::nullopt},
-                    PortCase{"COM07", false, {}, std::nullopt}, PortCase{"COM256", false, {}, std::nullopt},
-                    PortCase{"LPT1", false, {}, std::nullopt}, PortCase{"COM", false, {}, std::nullopt},
-                    PortCase{"COM1x", false, {}, std::nullopt}),
+                    PortCase{"COM7", true, "/tmp/rig", "\\\\.\\COM7"}, PortCase{"COM0", false, {}, std::nullopt},
+                    PortCase{"COM00", true, {}, std::nullopt}, PortCase{"COM07", false, {}, std::nullopt},
+                    PortCase{"COM256", false, {}, std::nullopt}, PortCase{"LPT1", false, {}, std::nullopt},
+                    PortCase{"COM", false, {}, std::nullopt}, PortCase{"COM1x", false, {}, std::nullopt}),
     [](const testing::TestParamInfo<PortCase>& c) {
         return std::string(c.param.windows ? "Windows" : "Linux") + std::to_string(c.index);
     });
