@@ -181,9 +181,10 @@ TEST_F(ReaderTaskTest, CheckWithoutImageGetsAnEmptyImageFile) {
 struct EndCase {
     const char* name;
     const char* task;
-    std::function<void(ReaderTaskTest&)> act;
     std::vector<std::string> messages;
+    std::function<void(ReaderTaskTest&)> act;
 };
+using Rig = ReaderTaskTest&;
 
 class ReaderTaskEnds : public ReaderTaskTest, public testing::WithParamInterface<EndCase> {};
 
@@ -202,50 +203,35 @@ TEST_P(ReaderTaskEnds, WithAnEmptyResultFile) {
 
 INSTANTIATE_TEST_SUITE_P(
     Paths, ReaderTaskEnds,
-    testing::Values(EndCase{"CardWhereCheckExpected",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.fake.micrReader.tracks = {"", "4111", ""};
-                            },
-                            {"Error: A Card was read but a Check was expected"}},
-                    EndCase{"CheckWhereCardExpected",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.fake.micrReader.micr = "T1T"; },
-                            {"Error: A Check was processed but a Card was expected"}},
-                    EndCase{"NoPort",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.printerReply = "RCPT|LBL|REPORTS|MICRImage| |pre|"; },
-                            {std::string(noReaderPortMessage)}},
-                    EndCase{
-                        "PortThatCannotOpen",
-                        "3",
-                        [](ReaderTaskTest& rig) { rig.fake.micrReader.opens = false; },
-                        {"The card reader's port could not be opened: COM1 (/dev/ttyS0): No such file or directory"}},
-                    EndCase{"ServiceDown",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.printerReply.reset(); },
-                            {"The card reader's settings could not be read from the service."}},
-                    EndCase{"Cancelled",
-                            "3",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->cancel();
-                            },
-                            {}},
-                    EndCase{"TimedOut",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->timeOut();
-                            },
-                            {}},
-                    EndCase{"PortGoneWhileWaiting",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->readerFault("COM3 (/dev/ttyS2): Input/output error");
-                            },
-                            {"The card reader's port failed: COM3 (/dev/ttyS2): Input/output error"}}),
+    testing::Values(
+        EndCase{"CardWhereCheckExpected",
+                "4",
+                {"Error: A Card was read but a Check was expected"},
+                [](Rig r) {
+                    r.fake.micrReader.tracks = {"", "4111", ""};
+                }},
+        EndCase{"CheckWhereCardExpected",
+                "3",
+                {"Error: A Check was processed but a Card was expected"},
+                [](Rig r) { r.fake.micrReader.micr = "T1T"; }},
+        EndCase{"NoPort",
+                "3",
+                {std::string(noReaderPortMessage)},
+                [](Rig r) { r.printerReply = "RCPT|LBL|REPORTS|MICRImage| |pre|"; }},
+        EndCase{"PortThatCannotOpen",
+                "3",
+                {"The card reader's port could not be opened: COM1 (/dev/ttyS0): No such file or directory"},
+                [](Rig r) { r.fake.micrReader.opens = false; }},
+        EndCase{"ServiceDown",
+                "3",
+                {"The card reader's settings could not be read from the service."},
+                [](Rig r) { r.printerReply.reset(); }},
+        EndCase{"Cancelled", "3", {}, [](Rig r) { r.m_task->start(), r.m_task->cancel(); }},
+        EndCase{"TimedOut", "4", {}, [](Rig r) { r.m_task->start(), r.m_task->timeOut(); }},
+        EndCase{"PortGoneWhileWaiting",
+                "4",
+                {"The card reader's port failed: COM3 (/dev/ttyS2): Input/output error"},
+                [](Rig r) { r.m_task->start(), r.m_task->readerFault("COM3 (/dev/ttyS2): Input/output error"); }}),
     [](const testing::TestParamInfo<EndCase>& c) { return std::string(c.param.name); });
 
 TEST_F(ReaderTaskTest, ReadAfterTheEndChangesNothing) {
