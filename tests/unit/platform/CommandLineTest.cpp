@@ -19,7 +19,7 @@ TEST_P(SplitCommandLine, AsTheWindowsRuntimeDoes) {
 
 INSTANTIATE_TEST_SUITE_P(
     Table, SplitCommandLine,
-    testing::Values(SplitCase{"OnlyBlanks", " \t ", {}},
+    testing::Values(SplitCase{"Empty", "", {}}, SplitCase{"OnlyBlanks", " \t ", {}},
                     SplitCase{"RunsOfBlanksAndTabs", "  p  a\t\tb ", {"p", "a", "b"}},
                     SplitCase{
                         "QuotedProgramWithBlanks", "\"C:\\Program Files\\x.exe\" a", {"C:\\Program Files\\x.exe", "a"}},

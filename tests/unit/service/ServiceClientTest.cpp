@@ -163,6 +163,7 @@ INSTANTIATE_TEST_SUITE_P(Replies, StoreListReadTest,
                                          StoreReplyCase{"overfull", 301, 0, true, 300, false, 1},
                                          StoreReplyCase{"tenFieldsOnly", 1, -1, false, 0, false, 0},
                                          StoreReplyCase{"oneAndAHalf", 1, 5, true, 1, true, 0},
+                                         StoreReplyCase{"oneAndOneField", 1, 1, true, 1, true, 0},
                                          StoreReplyCase{"lastFieldTakesTheTrailingPiece", 2, -1, true, 2, false, 0},
                                          StoreReplyCase{"twoLessTwo", 2, -2, true, 1, true, 0}),
                          [](const auto& param) { return param.param.name; });
