@@ -78,6 +78,13 @@ public:
             whileShown(text);
         return answer;
     }
+    /// The texts of the boxes shown so far, in order.
+    std::vector<std::string> texts() const {
+        std::vector<std::string> out;
+        for (const auto& m : shown)
+            out.push_back(m.text);
+        return out;
+    }
     std::string input(const std::string&) override { return inputAnswer; }
     std::string openFile(const std::string&, const std::string&) override { return fileAnswer; }
     std::string saveFile(const std::string&, const std::string&) override { return fileAnswer; }
@@ -103,9 +110,7 @@ public:
     std::map<std::string, Handle> windows;
     std::vector<Handle> shown, broughtForward;
     std::vector<std::pair<Handle, int>> fonts;
-    int searches = 0;
     Handle findByTitle(const std::string& title) override {
-        ++searches;
         auto it = windows.find(title);
         return it == windows.end() ? 0 : it->second;
     }

@@ -35,8 +35,7 @@ TEST(frmAbout, SystemInformationButtonHiddenOnlyWithoutRegistryOrTool) {
         frmAbout withRegistry(state, fake.ports);
         EXPECT_FALSE(withRegistry.cmdSysInfo->isHidden()) << "the registry answers when the button is pressed";
         withRegistry.cmdSysInfo_Click();
-        ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-        EXPECT_EQ(fake.dialogs.shown[0].text, "System Information Is Unavailable At This Time");
+        ASSERT_EQ(fake.dialogs.texts(), std::vector<std::string>{"System Information Is Unavailable At This Time"});
     }
     fake.registry.exists = false;
     const auto oldPath = qgetenv("PATH");

@@ -22,12 +22,6 @@ protected:
         settings = {"user", "pw", "10.0.0.1", "", "3", ""};
     }
     void TearDown() override { fs::remove_all(folder); }
-    std::vector<std::string> messages() const {
-        std::vector<std::string> out;
-        for (const auto& m : fake.dialogs.shown)
-            out.push_back(m.text);
-        return out;
-    }
 
     fs::path folder;
     test::FakePorts fake;
@@ -40,7 +34,7 @@ TEST_F(GetInfoTest, SavedValuesLoadBackCutToThirtyAndTrimmedWithoutTouchingTheSe
     fake.dialogs.fileAnswer = file;
     const ConnectionBoxes typed{std::string(35, 'u'), "secret  ", "10.0.0.9", "", " 12"};
     window.cmdSave_Click(typed);
-    EXPECT_EQ(messages(), std::vector<std::string>{"Saved to " + file});
+    EXPECT_EQ(fake.dialogs.texts(), std::vector<std::string>{"Saved to " + file});
     EXPECT_EQ(settings.filePath, file);
     EXPECT_EQ(settings.domain, ".") << "an empty domain setting becomes \".\" on saving";
 
@@ -81,8 +75,8 @@ TEST_P(LoadFailures, ChangeNoBoxAndSayWhy) {
         std::ofstream(file) << c.content;
     settings.filePath = "before.xml";
     EXPECT_FALSE(window.populate());
-    ASSERT_EQ(messages().size(), 1u);
-    EXPECT_EQ(messages()[0].find(c.message), 0u) << messages()[0];
+    ASSERT_EQ(fake.dialogs.texts().size(), 1u);
+    EXPECT_EQ(fake.dialogs.texts()[0].find(c.message), 0u) << fake.dialogs.texts()[0];
     EXPECT_EQ(settings.filePath, c.pathRemembered ? file.string() : "before.xml");
     EXPECT_EQ(settings.userName, "user");
 }
@@ -99,14 +93,15 @@ TEST_F(GetInfoTest, NotARowsetNamesTheFileAndTheReason) {
     std::ofstream(file) << "<html/>";
     fake.dialogs.fileAnswer = file.string();
     window.populate();
-    ASSERT_EQ(messages().size(), 1u);
-    EXPECT_EQ(messages()[0], file.string() + " could not be loaded: it is not a saved recordset (no rowset schema)");
+    ASSERT_EQ(fake.dialogs.texts().size(), 1u);
+    EXPECT_EQ(fake.dialogs.texts()[0],
+              file.string() + " could not be loaded: it is not a saved recordset (no rowset schema)");
 }
 
 TEST_F(GetInfoTest, SavingWithoutAFileNameSavesNothing) {
     fake.dialogs.fileAnswer = "";
     window.cmdSave_Click({"a", "b", "c", "d", "e"});
-    EXPECT_EQ(messages(), std::vector<std::string>{"No filename was selected, connection not saved"});
+    EXPECT_EQ(fake.dialogs.texts(), std::vector<std::string>{"No filename was selected, connection not saved"});
     EXPECT_EQ(settings.filePath, "");
 }
 

@@ -121,9 +121,8 @@ TEST(HelpdeskSubmit, FilesTicketEscapedThenAlertsOnCallAndWriter) {
     EXPECT_EQ(bodies[1], "h=1&oncall=1");
     EXPECT_EQ(bodies[2], "h=1&alert=a@x|A b@x|A ann@store.example|I ");
     EXPECT_EQ(rig.state.stationId, "00-1A-2B-3C-4D-5E");
-    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(rig.fake.dialogs.shown[0].text,
-              "Your Helpdesk ticket has been submitted and was assigned ticket # 10042");
+    ASSERT_EQ(rig.fake.dialogs.texts(),
+              std::vector<std::string>{"Your Helpdesk ticket has been submitted and was assigned ticket # 10042"});
     EXPECT_EQ(rig.fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
     EXPECT_EQ(rig.fake.yield.count, 2) << "events run between on-call entries";
 }
@@ -134,8 +133,7 @@ TEST(HelpdeskSubmit, NoTicketNumberShowsCriticalMessageAndSendsNothingMore) {
         rig.fake.http.replies = {reply};
         rig.submit(complete());
         EXPECT_EQ(rig.fake.http.calls.size(), 1u);
-        ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
-        EXPECT_EQ(rig.fake.dialogs.shown[0].text, ticketFailedText);
+        ASSERT_EQ(rig.fake.dialogs.texts(), std::vector<std::string>{ticketFailedText});
         EXPECT_EQ(rig.fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
     }
 }

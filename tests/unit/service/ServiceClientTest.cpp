@@ -158,7 +158,6 @@ TEST_P(StoreListReadTest, ReadsRecordsWithTheStride) {
 
 INSTANTIATE_TEST_SUITE_P(Replies, StoreListReadTest,
                          testing::Values(StoreReplyCase{"none", 0, 0, false, 0, false, 0},
-                                         StoreReplyCase{"one", 1, 0, true, 1, false, 0},
                                          StoreReplyCase{"two", 2, 0, true, 2, false, 0},
                                          StoreReplyCase{"full", 300, 0, true, 300, false, 0},
                                          StoreReplyCase{"overfull", 301, 0, true, 300, false, 1},

@@ -26,8 +26,7 @@ INSTANTIATE_TEST_SUITE_P(CommandLines, StartModeTest,
                          testing::Values(ModeCase{"", StartMode::Station}, ModeCase{"    ", StartMode::Station},
                                          ModeCase{"~~", StartMode::Station}, ModeCase{" ~~x", StartMode::Station},
                                          ModeCase{"~x", StartMode::Task},
-                                         ModeCase{"6,1234567890,r.txt", StartMode::Task},
-                                         ModeCase{"text", StartMode::Task}));
+                                         ModeCase{"6,1234567890,r.txt", StartMode::Task}));
 
 TEST(StoreList, FetchFillsTableKeepsStatusAndReportsVersion) {
     test::FakePorts fake;

@@ -102,8 +102,8 @@ TEST_F(StationControllerTest, LoadShowsTheStoresLoadsTheSettingsAndArmsTheChanne
 TEST_F(StationControllerTest, SecondCopyShowsTheRefusalAndLoadsNothing) {
     fake.singleInstance.free = false;
     EXPECT_FALSE(controller.load());
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, "Sorry, you can only run one copy of the VORNEOnline Terminal program");
+    ASSERT_EQ(fake.dialogs.texts(),
+              std::vector<std::string>{"Sorry, you can only run one copy of the VORNEOnline Terminal program"});
     EXPECT_FALSE(fake.dialogs.shown[0].title.has_value());
     EXPECT_FALSE(view.visible);
     EXPECT_TRUE(fake.http.calls.empty());
@@ -246,7 +246,7 @@ struct RefusalCase {
     const char* name;
     std::function<void(StoreEntry&)> change;
     bool connectedFirst;
-    std::string text; // "M" stands for the maintenance text of the entry
+    std::string text;
     std::string title;
 };
 class ConnectRefusal : public StationControllerTest, public testing::WithParamInterface<RefusalCase> {};
@@ -263,11 +263,7 @@ TEST_P(ConnectRefusal, ShowsItsBoxAndStartsNothing) {
     GetParam().change(entry);
     const auto connectState = entry.connectState;
     c.connectStore(0);
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    const auto expected = GetParam().text == "M" ? "This store was shutdown for maintenance @ " +
-                                                       dateTimeText(entry.maintenanceTime) + " please try again later"
-                                                 : GetParam().text;
-    EXPECT_EQ(fake.dialogs.shown[0].text, expected);
+    ASSERT_EQ(fake.dialogs.texts(), std::vector<std::string>{GetParam().text});
     EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
     EXPECT_EQ(fake.dialogs.shown[0].title, GetParam().title);
     EXPECT_TRUE(fake.processLauncher.started.empty());
@@ -288,13 +284,6 @@ INSTANTIATE_TEST_SUITE_P(
                     false,
                     "You are missing the following information from your login data: \r\nPassword\r\nDomain Name\r\n",
                     "Can Not login, missing information"},
-        RefusalCase{"Maintenance",
-                    [](StoreEntry& e) {
-                        e.status = "X";
-                        e.maintenanceTime =
-                            std::chrono::sys_days{std::chrono::year{2026} / 3 / 4} + std::chrono::hours(5);
-                    },
-                    false, "M", "Can Not login"},
         RefusalCase{"AlreadyConnected", [](StoreEntry&) {}, true,
                     "You must first get out of the existing VORNEOnline connection to this store", "Can Not login"}),
     [](const auto& p) { return std::string(p.param.name); });
@@ -325,9 +314,9 @@ TEST_F(StationControllerTest, HostReportIsPrintedOnTheReportPrinterOfTheSettings
 TEST_F(StationControllerTest, Commands) {
     auto& c = load();
     c.doUploader();
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, "You have access to more then one store, please press the down arrow next to "
-                                          "the button and select a single store");
+    ASSERT_EQ(fake.dialogs.texts(),
+              std::vector<std::string>{"You have access to more then one store, please press the down arrow next to "
+                                       "the button and select a single store"});
     EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
 
     // The settings go back to the service once the device window has closed.

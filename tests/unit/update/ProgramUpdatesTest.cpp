@@ -111,8 +111,7 @@ TEST_F(ProgramUpdatesTest, ANewerReleaseIsDownloadedShownStartedAndTheProgramEnd
     EXPECT_EQ(downloader.requests[0].url, "http://upd.test/rdp/setup.exe");
     EXPECT_EQ(downloader.requests[0].resumeFrom, 0u);
 
-    ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, ProgramUpdates::handOverText);
+    ASSERT_EQ(fake.dialogs.texts(), std::vector<std::string>{ProgramUpdates::handOverText});
     EXPECT_EQ(fake.dialogs.shown[0].title, "New Update to Install");
     EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
     ASSERT_EQ(fake.processLauncher.started.size(), 1u);

@@ -118,8 +118,7 @@ TEST(Uploader, LostLineIsLoggedInAgainBeforeTheNextFile) {
     rig.fake.ftp.failNext = "Connection reset";
     rig.fake.ftp.dropLine = true;
     rig.uploader.cmdTransfer_Click("/data", {"a.txt", "b.txt"});
-    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(rig.fake.dialogs.shown[0].text, "Connection reset");
+    ASSERT_EQ(rig.fake.dialogs.texts(), std::vector<std::string>{"Connection reset"});
     EXPECT_EQ(rig.fake.dialogs.shown[0].buttons, Dialogs::Buttons::Ok);
     EXPECT_FALSE(rig.fake.dialogs.shown[0].title.has_value());
     EXPECT_TRUE(rig.remote().empty()) << "the handler stops at the fault";
@@ -134,8 +133,7 @@ TEST(Uploader, FolderThatCannotBeEnteredIsShownAndTheNextRefreshLogsInAgain) {
     rig.fake.ftp.failNext = "550 uploads: Permission denied";
     rig.fake.ftp.failWhen = "cd ";
     rig.uploader.cmdRefresh_Click();
-    ASSERT_EQ(rig.fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(rig.fake.dialogs.shown[0].text, "550 uploads: Permission denied");
+    ASSERT_EQ(rig.fake.dialogs.texts(), std::vector<std::string>{"550 uploads: Permission denied"});
     EXPECT_EQ(rig.fake.ftp.calls.back(), "disconnect") << "nothing is listed outside the store's folder";
     rig.uploader.cmdRefresh_Click();
     EXPECT_EQ(rig.fake.ftp.logins, 2);
