@@ -6,7 +6,7 @@
 #include "service/ServiceClient.h"
 #include "shell/frmTerminal.h"
 #include "tests/e2e/support/Peers.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -102,9 +102,10 @@ protected:
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     std::unique_ptr<Yield> yield = makeYield();
     test::FakePorts fake;
-    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser,   fake.dialogs,
-                *yield,       fake.clock,       *clientWindows,      *launcher,      fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
+    Ports ports = test::portsOver(fake, {.http = http.get(),
+                                         .yield = yield.get(),
+                                         .clientWindows = clientWindows.get(),
+                                         .processLauncher = launcher.get()});
     StationConfig config;
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
