@@ -62,7 +62,7 @@ public:
                     line->deleteLater();
                 });
                 if (requests[index].kind == Kind::Trickle)
-                    trickle(line);
+                    m_trickling.emplace_back(line, 0);
             }
         });
         // One byte a second to every trickling line; the answer would take minutes.
@@ -80,8 +80,6 @@ public:
     std::vector<Request> requests;
 
 private:
-    void trickle(QTcpSocket* line) { m_trickling.emplace_back(line, 0); }
-
     std::vector<Kind> m_turns;
     const QElapsedTimer& m_clock;
     QTcpServer m_server;

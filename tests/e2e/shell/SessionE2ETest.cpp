@@ -64,8 +64,7 @@ protected:
         config.tickMs = 100;
     }
     void TearDown() override {
-        for (const auto& line : linesOf(pidFile()))
-            ::kill(line.toInt(), SIGTERM);
+        endClients();
         if (window)
             window->Form_Unload();
     }
