@@ -3,11 +3,9 @@
 #include "config/frmPrinters.h"
 #include "platform/Adapters.h"
 #include "tests/e2e/host/PrintRig.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QComboBox>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QLineEdit>
 #include <QPointer>
 #include <QPushButton>
@@ -17,16 +15,7 @@
 namespace station {
 namespace {
 
-template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(5);
-    }
-    return true;
-}
+using test::waitUntil;
 
 QStringList items(const QComboBox* box) {
     QStringList out;
@@ -60,20 +49,7 @@ protected:
     std::unique_ptr<Spooler> spooler = makeSpooler();
     std::unique_ptr<MicrReader> reader = makeMicrReader();
     test::FakePorts fake;
-    Ports ports{fake.http,
-                fake.adapters,
-                fake.singleInstance,
-                fake.browser,
-                fake.dialogs,
-                fake.yield,
-                fake.clock,
-                fake.clientWindows,
-                fake.processLauncher,
-                fake.hostSocket,
-                *spooler,
-                fake.textPrinter,
-                fake.libraries,
-                *reader};
+    Ports ports = test::portsOver(fake, {.spooler = spooler.get(), .micrReader = reader.get()});
     StationState state;
     QPointer<frmPrinters> window;
 };

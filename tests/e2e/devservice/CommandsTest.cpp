@@ -62,6 +62,7 @@ TEST_F(CommandsTest, SeedWritesSampleFiles) {
 
 TEST_F(CommandsTest, ShutdownAndReopenDriveTheMaintenancePoll) {
     ask("mac=AABB");
+    EXPECT_EQ(ask("store=1"), "");
     ASSERT_EQ(run({"shutdown", "STORE02"}), 0);
     EXPECT_TRUE(err.str().empty());
     run({"shutdown", "NOSUCH"});

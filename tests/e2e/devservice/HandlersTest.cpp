@@ -52,14 +52,6 @@ TEST_F(HandlersTest, UnknownStationGetsDemoStoresOnceInRecordsOfElevenFields) {
     EXPECT_EQ(ask("mac=001A2B3C4D5E"), reply) << "a second ask must not add stores again";
 }
 
-TEST_F(HandlersTest, StoreCountAppliesToStationsThatAskLater) {
-    for (int count : {300, 301}) {
-        db.setDemoStoreCount(count);
-        const auto station = "ST" + std::to_string(count);
-        EXPECT_EQ(split(ask("mac=" + station)).size(), static_cast<std::size_t>(count) * 11 + 1);
-    }
-}
-
 TEST_F(HandlersTest, StoreListOverrideIsSentVerbatimForItsStationOrForAll) {
     db.setStoreListOverride(std::string("BAD"), std::string("a|b|c|"));
     EXPECT_EQ(ask("mac=BAD"), "a|b|c|");
@@ -96,25 +88,6 @@ TEST_P(IgnoredSettingsWriteTest, LeavesEveryRowAlone) {
 INSTANTIATE_TEST_SUITE_P(Values, IgnoredSettingsWriteTest,
                          testing::Values("", "a|b|c|", "a|b|c|d|e|f|", "a|b|c|d|e|f|AABB|extra|",
                                          "garbage without bars"));
-
-TEST_F(HandlersTest, MaintenancePollListsShutDownStoreKeys) {
-    EXPECT_EQ(ask("store=1"), "");
-    db.setShutDown("STORE01", true);
-    db.setShutDown("STORE03", true);
-    EXPECT_EQ(ask("store=1"), "STORE01|STORE03|");
-    db.setShutDown("STORE01", false);
-    EXPECT_EQ(ask("store=1"), "STORE03|");
-}
-
-TEST_F(HandlersTest, UpdateAddressPrefersStationOverDefault) {
-    const auto unset = ask("upd1=AABB");
-    EXPECT_LE(std::count(unset.begin(), unset.end(), '|'), 1);
-    db.setUpdateBase("", "http://127.0.0.1:1/rdp");
-    EXPECT_EQ(ask("upd1=AABB"), "x|http://127.0.0.1:1/rdp|");
-    db.setUpdateBase("AABB", "http://127.0.0.2:2/rdp");
-    EXPECT_EQ(ask("upd1=AABB"), "x|http://127.0.0.2:2/rdp|");
-    EXPECT_EQ(ask("upd1=OTHER"), "x|http://127.0.0.1:1/rdp|");
-}
 
 TEST_F(HandlersTest, ReportFormatIsExactlyFourFieldsOrEmpty) {
     EXPECT_EQ(ask("report=dai"), "Arial|12|P|x");

@@ -8,11 +8,9 @@
 #include "service/Codec.h"
 #include "shell/StationController.h"
 #include "tests/e2e/host/PrintRig.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 #include "tests/support/FakeStationView.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QRandomGenerator>
 #include <QRegularExpression>
@@ -27,16 +25,7 @@ namespace {
 
 using test::PeerProcess;
 
-template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(5);
-    }
-    return true;
-}
+using test::waitUntil;
 
 std::size_t openDescriptors() {
     return static_cast<std::size_t>(
@@ -65,9 +54,12 @@ struct StationPorts {
     std::unique_ptr<Yield> yield = makeYield();
     std::unique_ptr<NetworkAdapters> adapters = makeNetworkAdapters();
     test::FakePorts fake;
-    Ports ports{*http,    *adapters,    fake.singleInstance, fake.browser,         fake.dialogs,
-                *yield,   fake.clock,   fake.clientWindows,  fake.processLauncher, *socket,
-                *spooler, *textPrinter, fake.libraries,      fake.micrReader};
+    Ports ports = test::portsOver(fake, {.http = http.get(),
+                                         .adapters = adapters.get(),
+                                         .yield = yield.get(),
+                                         .hostSocket = socket.get(),
+                                         .spooler = spooler.get(),
+                                         .textPrinter = textPrinter.get()});
 };
 
 StationConfig stationConfig(const test::DevService& service, const std::string& serverList) {

@@ -2,6 +2,7 @@
 // A private CUPS scheduler with raw socket queues whose listeners (socat) append what they
 // receive to files, so a test can read the bytes that reached the "device".
 #include "tests/e2e/support/Peers.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QByteArray>
 #include <QDir>
@@ -71,10 +72,7 @@ public:
     }
 
     QString outputPath(const QString& name) const { return m_dir.filePath(name + QStringLiteral(".out")); }
-    QByteArray output(const QString& name) const {
-        QFile f(outputPath(name));
-        return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-    }
+    QByteArray output(const QString& name) const { return fileBytes(outputPath(name)); }
 
     static int run(const QString& program, const QStringList& args) {
         QProcess p;

@@ -6,32 +6,17 @@
 #include "platform/Adapters.h"
 #include "service/Codec.h"
 #include "tests/e2e/support/Peers.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 
-#include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QFile>
-#include <QThread>
 #include <gtest/gtest.h>
 
 namespace station {
 namespace {
 
-template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(5);
-    }
-    return true;
-}
-
-QByteArray fileBytes(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
+using test::fileBytes;
+using test::waitUntil;
 
 class TaskView : public ReaderTaskView {
 public:

@@ -4,9 +4,9 @@
 // host played by the test on loopback.
 #include "host/HostChannel.h"
 #include "platform/Adapters.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QEventLoop>
 #include <QTcpServer>
@@ -24,16 +24,7 @@ namespace {
 
 using namespace std::chrono_literals;
 
-template <typename Done> bool waitUntil(Done done, int ms) {
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(2);
-    }
-    return true;
-}
+using test::waitUntil;
 
 /// Runs window events for `ms`, the way a modal box or a wait does.
 void spin(std::chrono::milliseconds ms) {
@@ -166,17 +157,11 @@ TEST_P(StrandedRead, RequestArrivingMeanwhileIsAnsweredWithoutMoreFromTheHost) {
     EXPECT_EQ(heard, answer);
 }
 
-QByteArray burst() {
-    QByteArray out;
-    for (int i = 0; i < 20'000; ++i)
-        out += "/P=";
-    return out;
-}
-
 INSTANTIATE_TEST_SUITE_P(While, StrandedRead,
                          testing::Values(Busy{"message_box_open", "/M=Store closes at 9", 1500ms, 0ms, 1, 1},
                                          Busy{"report_printing", "/3=1234567890|C:\\out\\daily.txt", 0ms, 1500ms, 1, 1},
-                                         Busy{"long_burst_of_commands", burst(), 0ms, 0ms, 20'000, 100}),
+                                         Busy{"long_burst_of_commands", QByteArray("/P=").repeated(20'000), 0ms, 0ms,
+                                              20'000, 100}),
                          [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(HostLine, HostThatStopsReadingHasItsLineClosedAndARedialAsked) {

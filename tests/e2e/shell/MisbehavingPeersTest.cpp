@@ -5,18 +5,12 @@
 // wait must end within its bound.
 #include "core/ProgramVersion.h"
 #include "core/StationIdentity.h"
-#include "host/DocumentPrinting.h"
-#include "host/TaskLine.h"
 #include "platform/Adapters.h"
-#include "platform/posix/CupsSpooler.h"
-#include "service/Codec.h"
 #include "service/ServiceClient.h"
 #include "tests/e2e/support/Peers.h"
+#include "tests/e2e/support/Rig.h"
 #include "tests/e2e/support/XProbe.h"
-#include "tests/support/FakePorts.h"
 
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
@@ -24,13 +18,10 @@
 #include <QPointer>
 #include <QTcpServer>
 #include <QTcpSocket>
-#include <QThread>
 #include <QTimer>
 #include <algorithm>
 #include <cstdio>
-#include <cups/cups.h>
 #include <deque>
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 #include <map>
 #include <memory>
@@ -44,20 +35,10 @@ using test::XProbe;
 /// Where the test plays the store host; the station always dials port 47000.
 const QString hostAddress = QStringLiteral("127.0.0.13");
 
-/// Runs the test's own servers and probes until `done` holds or `ms` pass.
-template <typename Done> bool runUntil(Done done, int ms) {
-    QDeadlineTimer deadline(ms);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
-        QThread::msleep(2);
-    }
-    return true;
-}
+using test::waitUntil;
 
 void runFor(int ms) {
-    runUntil([] { return false; }, ms);
+    waitUntil([] { return false; }, ms);
 }
 
 /// A service that takes connections and, turn by turn, never answers or answers a byte a second.
@@ -81,7 +62,7 @@ public:
                     line->deleteLater();
                 });
                 if (requests[index].kind == Kind::Trickle)
-                    trickle(line);
+                    m_trickling.emplace_back(line, 0);
             }
         });
         // One byte a second to every trickling line; the answer would take minutes.
@@ -99,8 +80,6 @@ public:
     std::vector<Request> requests;
 
 private:
-    void trickle(QTcpSocket* line) { m_trickling.emplace_back(line, 0); }
-
     std::vector<Kind> m_turns;
     const QElapsedTimer& m_clock;
     QTcpServer m_server;
@@ -260,7 +239,7 @@ protected:
     /// Waits for a viewable window with this title; 0 when none came in time.
     XProbe::Window waitForWindow(const std::string& title, int ms) {
         XProbe::Window w = 0;
-        runUntil([&] { return (w = probe.find(title)) != 0; }, ms);
+        waitUntil([&] { return (w = probe.find(title)) != 0; }, ms);
         return w;
     }
 
@@ -285,12 +264,12 @@ TEST_F(MisbehavingPeers, ServiceThatNeverAnswersOrTricklesFreezesNeitherTheWindo
 
     // Start-up asks the service (store list, settings); each request gives up within its bound,
     // then the host line comes up while the station's polls keep meeting the same service.
-    ASSERT_TRUE(runUntil([&] { return host.connectedAt > 0; }, 45'000)) << "start-up never ended";
+    ASSERT_TRUE(waitUntil([&] { return host.connectedAt > 0; }, 45'000)) << "start-up never ended";
     const auto pollEnded = [&] {
         return std::any_of(service.requests.begin(), service.requests.end(),
                            [&](const auto& r) { return r.closed > host.connectedAt + 10'000; });
     };
-    runUntil(pollEnded, 25'000);
+    waitUntil(pollEnded, 25'000);
     liveness.stop();
 
     QString timeline;
@@ -319,7 +298,7 @@ TEST_F(MisbehavingPeers, HostThatNeverReadsLeavesTheStationsMemoryFlat) {
     FloodingHost host;
     ASSERT_TRUE(host.listening) << "port 47000 on " << hostAddress.toStdString() << " is taken";
     start(service.serviceUrl());
-    ASSERT_TRUE(runUntil([&] { return host.connections > 0; }, 20'000)) << "the station never dialled";
+    ASSERT_TRUE(waitUntil([&] { return host.connections > 0; }, 20'000)) << "the station never dialled";
     // Resident size while the answers pile up: at first, at its highest until the station gives
     // the line up, and after it has redialled. How soon the limit is reached depends on how fast
     // the machine works through the flood, so the wait for it is long and its end is the event.
@@ -389,28 +368,9 @@ TEST_F(HungSpooler, ReceiptTaskEndsWithItsFailureMessageInBoundedTime) {
     ASSERT_NE(box, 0u) << "no failure message within 30 s";
     EXPECT_LT(clock.elapsed(), 25'000);
     probe.close(box);
-    ASSERT_TRUE(runUntil([&] { return station.process().state() == QProcess::NotRunning; }, 5000))
+    ASSERT_TRUE(waitUntil([&] { return station.process().state() == QProcess::NotRunning; }, 5000))
         << "the task did not end after its message";
     EXPECT_EQ(station.process().exitCode(), 0);
-}
-
-TEST_F(HungSpooler, ReceiptTaskMessageInProcess) {
-    IdentityCodec codec;
-    ServiceClient client(*http, codec, service.serviceUrl().toStdString());
-    test::FakeDialogs dialogs;
-    test::FakeTextPrinter printer;
-    qputenv("CUPS_SERVER", cupsServer.toLocal8Bit());
-    cupsSetServer(nullptr); // libcups keeps the first server it read
-    CupsSpooler spooler({std::chrono::milliseconds(300), std::chrono::seconds(1)});
-    DocumentPrinting printing({client, *http, printer, spooler, dialogs},
-                              service.baseUrl().toStdString() + "/Reports/");
-    const auto started = clock.elapsed();
-    runPrintTask(parseTaskLine("6,1234567890,receipt.prn"), printing, client, stationId, dialogs);
-    EXPECT_LT(clock.elapsed() - started, 3000);
-    ASSERT_EQ(dialogs.shown.size(), 1u);
-    // The job's first line, then the spooler named as what failed.
-    EXPECT_THAT(dialogs.shown[0].text, testing::StartsWith(printFaultHead("1234567890", "receipt.prn") +
-                                                           "\nThe print spooler is not answering"));
 }
 
 } // namespace

@@ -6,7 +6,7 @@
 #include "service/ServiceClient.h"
 #include "shell/frmTerminal.h"
 #include "tests/e2e/support/Peers.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -64,8 +64,7 @@ protected:
         config.tickMs = 100;
     }
     void TearDown() override {
-        for (const auto& line : linesOf(pidFile()))
-            ::kill(line.toInt(), SIGTERM);
+        endClients();
         if (window)
             window->Form_Unload();
     }
@@ -102,9 +101,10 @@ protected:
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     std::unique_ptr<Yield> yield = makeYield();
     test::FakePorts fake;
-    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser,   fake.dialogs,
-                *yield,       fake.clock,       *clientWindows,      *launcher,      fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
+    Ports ports = test::portsOver(fake, {.http = http.get(),
+                                         .yield = yield.get(),
+                                         .clientWindows = clientWindows.get(),
+                                         .processLauncher = launcher.get()});
     StationConfig config;
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};

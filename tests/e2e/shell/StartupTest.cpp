@@ -7,7 +7,7 @@
 #include "shell/StoreList.h"
 #include "shell/frmTerminal.h"
 #include "tests/e2e/support/Peers.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 
 #include <QDeadlineTimer>
 #include <QLabel>
@@ -27,9 +27,7 @@ struct RealServicePorts {
     std::unique_ptr<HttpClient> http;
     std::unique_ptr<NetworkAdapters> adapters;
     test::FakePorts fake;
-    Ports ports{*http,        *adapters,        fake.singleInstance, fake.browser,         fake.dialogs,
-                fake.yield,   fake.clock,       fake.clientWindows,  fake.processLauncher, fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
+    Ports ports = test::portsOver(fake, {.http = http.get(), .adapters = adapters.get()});
 };
 
 TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {

@@ -6,26 +6,20 @@
 #include "service/Codec.h"
 #include "shell/StationController.h"
 #include "tests/e2e/support/Peers.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 #include "tests/support/FakeStationView.h"
 
 #include <QByteArray>
-#include <QCoreApplication>
-#include <QDeadlineTimer>
 #include <QFile>
 #include <QProcess>
 #include <QRandomGenerator>
 #include <QTemporaryDir>
-#include <QThread>
 #include <gtest/gtest.h>
 
 namespace station {
 namespace {
 
-QByteArray readAll(const QString& path) {
-    QFile f(path);
-    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
+using test::fileBytes;
 
 void writeAll(const QString& path, const QByteArray& bytes) {
     QFile f(path);
@@ -88,19 +82,8 @@ protected:
         return *m_controller;
     }
 
-    /// Ticks up to and including the next periodic pair's first tick.
-    void tickUntilCheck(StationController& c, int ticks) {
-        for (int i = 0; i < ticks; ++i)
-            c.tick();
-    }
-
     bool installerRan(int waitMs = 5000) const {
-        QDeadlineTimer deadline(waitMs);
-        while (!QFile::exists(marker()) && !deadline.hasExpired()) {
-            QCoreApplication::processEvents();
-            QThread::msleep(20);
-        }
-        return QFile::exists(marker());
+        return test::waitUntil([this] { return QFile::exists(marker()); }, waitMs);
     }
 
     QStringList installerRequests() const {
@@ -122,14 +105,9 @@ protected:
     OffThreadSignatureVerifier signatures{makeSignatureVerifier(), *waiter, limits::verify};
     std::unique_ptr<ProcessLauncher> launcher = makeProcessLauncher();
     test::FakePorts fake;
-    Ports ports = [this] {
-        Ports p{*http,        fake.adapters,    fake.singleInstance, fake.browser,   fake.dialogs,
-                fake.yield,   fake.clock,       fake.clientWindows,  *launcher,      fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
-        p.downloader = &downloader;
-        p.signatures = &signatures;
-        return p;
-    }();
+    Ports ports = test::portsOver(
+        fake,
+        {.http = http.get(), .processLauncher = launcher.get(), .downloader = &downloader, .signatures = &signatures});
     IdentityCodec codec;
     StationConfig config;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
@@ -146,8 +124,8 @@ TEST_F(UpdateE2ETest, ANewerReleaseIsDownloadedByteForByteStartedAndTheProgramEn
     c.tick();
 
     EXPECT_TRUE(view.ended);
-    EXPECT_EQ(readAll(installed("Setup.exe")), installer);
-    EXPECT_EQ(readAll(installed("Readme.txt")), QByteArray("VORNE Terminal 2.02\r\n"));
+    EXPECT_EQ(fileBytes(installed("Setup.exe")), installer);
+    EXPECT_EQ(fileBytes(installed("Readme.txt")), QByteArray("VORNE Terminal 2.02\r\n"));
     ASSERT_EQ(fake.dialogs.shown.size(), 1u);
     EXPECT_EQ(fake.dialogs.shown[0].title, "New Update to Install");
     EXPECT_TRUE(installerRan());
@@ -162,15 +140,16 @@ TEST_F(UpdateE2ETest, ABrokenTransferIsResumedByTheNextCheck) {
     c.tick();
     EXPECT_FALSE(view.ended);
     EXPECT_EQ(view.panels[StationView::Panel::Message], "Downloading a new release...");
-    const auto partial = readAll(program() + QStringLiteral("/_Install/Setup.exe.partial"));
+    const auto partial = fileBytes(program() + QStringLiteral("/_Install/Setup.exe.partial"));
     ASSERT_GT(partial.size(), 0);
     ASSERT_LT(partial.size(), installer.size());
     EXPECT_EQ(partial, installer.left(partial.size()));
     EXPECT_FALSE(QFile::exists(marker()));
 
-    tickUntilCheck(c, 12); // ticks 2 .. 13: the next check
+    for (int tick = 2; tick <= 13; ++tick) // the next check
+        c.tick();
     EXPECT_TRUE(view.ended);
-    EXPECT_EQ(readAll(installed("Setup.exe")), installer);
+    EXPECT_EQ(fileBytes(installed("Setup.exe")), installer);
     EXPECT_EQ(installerRequests(), (QStringList{QStringLiteral("200"), QStringLiteral("206")}));
     EXPECT_TRUE(installerRan());
 }

@@ -5,7 +5,7 @@
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
 #include "tests/e2e/support/FtpPeer.h"
-#include "tests/support/FakePorts.h"
+#include "tests/e2e/support/Rig.h"
 #include "uploader/frmUploader.h"
 
 #include <QCoreApplication>
@@ -47,10 +47,7 @@ void writeFile(const QString& path, const QByteArray& bytes) {
     file.write(bytes);
 }
 
-QByteArray readFile(const QString& path) {
-    QFile file(path);
-    return file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray("<missing>");
-}
+using test::fileBytes;
 
 QStringList texts(const QListWidget* list) {
     QStringList out;
@@ -101,10 +98,7 @@ struct Rig {
     OffThreadFtpSessions sessions{
         makeFtpSessions(shortLimits()), *waiter, {std::chrono::seconds(10), std::chrono::seconds(60)}};
     test::FakePorts fake;
-    Ports ports{*http,        fake.adapters,    fake.singleInstance, fake.browser,         fake.dialogs,
-                *yield,       fake.clock,       fake.clientWindows,  fake.processLauncher, fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader,      sessions,
-                fake.registry};
+    Ports ports = test::portsOver(fake, {.http = http.get(), .yield = yield.get(), .ftp = &sessions});
     IdentityCodec codec;
     ServiceClient client{*http, codec, service.serviceUrl().toStdString()};
     StationState state;
@@ -129,8 +123,8 @@ TEST(UploaderE2E, ListsTheStoreFolderSendsSelectedFilesAndKeepsOneLogin) {
     rig.select(*window, {QStringLiteral("a one.txt"), QStringLiteral("b two.bin")});
     window->cmdTransfer_Click();
     EXPECT_TRUE(rig.fake.dialogs.shown.empty()) << rig.fake.dialogs.shown[0].text;
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("a one.txt")), first);
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("b two.bin")), second);
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("a one.txt")), first);
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("b two.bin")), second);
     EXPECT_FALSE(QFile::exists(rig.storeFolder() + QStringLiteral("c.txt")));
     EXPECT_TRUE(window->List1->selectedItems().isEmpty());
     EXPECT_TRUE(texts(window->List2).contains(QStringLiteral("b two.bin")));
@@ -164,10 +158,10 @@ TEST(UploaderE2E, OverwriteQuestionAnsweredBothWaysAndCaseOnlyDifferenceIsAnothe
 
     ASSERT_EQ(rig.fake.dialogs.shown.size(), 2u);
     EXPECT_EQ(rig.fake.dialogs.shown[0].text, "File already exist on remote store.  Delete the remote file?");
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("replace.txt")), "new replace.txt");
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("keep.txt")), "old two");
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("data.txt")), "new data.txt");
-    EXPECT_EQ(readFile(rig.storeFolder() + QStringLiteral("DATA.TXT")), "upper");
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("replace.txt")), "new replace.txt");
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("keep.txt")), "old two");
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("data.txt")), "new data.txt");
+    EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("DATA.TXT")), "upper");
     EXPECT_EQ(window->List1->selectedItems().size(), 1) << "the skipped file stays selected";
 }
 
@@ -191,7 +185,7 @@ TEST(UploaderE2E, ChainLevelStoreUploadsIntoItsExcelFolderMadeOnFirstUse) {
     rig.select(*window, {QStringLiteral("sales.xls")});
     window->cmdTransfer_Click();
     EXPECT_TRUE(rig.fake.dialogs.shown.empty()) << rig.fake.dialogs.shown[0].text;
-    EXPECT_EQ(readFile(rig.ftp.root() + QStringLiteral("/reports/12340/12340000/excel/sales.xls")), "sales");
+    EXPECT_EQ(fileBytes(rig.ftp.root() + QStringLiteral("/reports/12340/12340000/excel/sales.xls")), "sales");
     EXPECT_EQ(texts(window->List2), QStringList{QStringLiteral("sales.xls")});
 }
 
@@ -245,7 +239,7 @@ TEST(UploaderE2E, ServerThatOffersOrRequiresTlsIsSpokenToOverTls) {
         writeFile(local.filePath(QStringLiteral("new.bin")), randomBytes(100'000));
         EXPECT_TRUE(session->store(local.filePath(QStringLiteral("new.bin")).toStdString(), "new.bin", {}))
             << session->lastError();
-        EXPECT_EQ(readFile(ftp.root() + QStringLiteral("/uploads/12345/1234567/new.bin")), randomBytes(100'000));
+        EXPECT_EQ(fileBytes(ftp.root() + QStringLiteral("/uploads/12345/1234567/new.bin")), randomBytes(100'000));
         EXPECT_TRUE(session->remove("old.txt")) << session->lastError();
         EXPECT_FALSE(QFile::exists(ftp.root() + QStringLiteral("/uploads/12345/1234567/old.txt")));
         EXPECT_TRUE(ftp.tlsUsed());

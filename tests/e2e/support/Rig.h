@@ -1,0 +1,72 @@
+#pragma once
+// What most end-to-end rigs share: waiting with events running, a file read whole, and a port
+// bundle with the rig's real adapters over the fakes.
+#include "tests/support/FakePorts.h"
+
+#include <QByteArray>
+#include <QCoreApplication>
+#include <QDeadlineTimer>
+#include <QFile>
+#include <QThread>
+
+namespace station::test {
+
+/// Runs events until `done` holds; false when `ms` passed first.
+template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
+    QDeadlineTimer deadline(ms);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 10);
+        QThread::msleep(2);
+    }
+    return true;
+}
+
+/// The file's bytes, empty when it cannot be read.
+inline QByteArray fileBytes(const QString& path) {
+    QFile f(path);
+    return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
+}
+
+/// The real adapters a rig brings; every port left null is the fake's.
+struct RealPorts {
+    HttpClient* http = nullptr;
+    NetworkAdapters* adapters = nullptr;
+    Yield* yield = nullptr;
+    ClientWindows* clientWindows = nullptr;
+    ProcessLauncher* processLauncher = nullptr;
+    HostSocket* hostSocket = nullptr;
+    Spooler* spooler = nullptr;
+    TextPrinter* textPrinter = nullptr;
+    MicrReader* micrReader = nullptr;
+    FtpSessions* ftp = nullptr;
+    FileDownloader* downloader = nullptr;
+    SignatureVerifier* signatures = nullptr;
+};
+
+inline Ports portsOver(FakePorts& fake, const RealPorts& real) {
+    const auto pick = [](auto* chosen, auto& otherwise) -> auto& {
+        return chosen ? *chosen : otherwise;
+    };
+    return Ports{pick(real.http, fake.http),
+                 pick(real.adapters, fake.adapters),
+                 fake.singleInstance,
+                 fake.browser,
+                 fake.dialogs,
+                 pick(real.yield, fake.yield),
+                 fake.clock,
+                 pick(real.clientWindows, fake.clientWindows),
+                 pick(real.processLauncher, fake.processLauncher),
+                 pick(real.hostSocket, fake.hostSocket),
+                 pick(real.spooler, fake.spooler),
+                 pick(real.textPrinter, fake.textPrinter),
+                 fake.libraries,
+                 pick(real.micrReader, fake.micrReader),
+                 pick(real.ftp, fake.ftp),
+                 fake.registry,
+                 real.downloader,
+                 real.signatures};
+}
+
+} // namespace station::test
