@@ -59,6 +59,11 @@ inline constexpr std::chrono::milliseconds overrun = 5s;
 /// its answers without bound.
 inline constexpr std::size_t hostSendBuffer = 1u << 20;
 
+/// What the system itself may hold of those answers. Left to itself it grows its buffer to
+/// megabytes for a host that does not read, which would hide that host from the limit above for
+/// minutes; the host's answers are small, so a small system buffer costs nothing.
+inline constexpr int hostSystemSendBuffer = 64 << 10;
+
 /// Bytes from the store host taken in ahead of the channel. A host that sends faster than the
 /// station works through its commands is held back by TCP itself, not by the station's memory.
 inline constexpr std::size_t hostReadAhead = 256u << 10;

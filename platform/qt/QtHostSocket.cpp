@@ -30,6 +30,7 @@ public:
         m_socket.setReadBufferSize(static_cast<qint64>(limits::hostReadAhead));
         QObject::connect(&m_socket, &QTcpSocket::connected, &m_socket, [this] {
             m_up = true;
+            m_socket.setSocketOption(QAbstractSocket::SendBufferSizeSocketOption, limits::hostSystemSendBuffer);
             raise([this] {
                 if (m_events.connected)
                     m_events.connected();
