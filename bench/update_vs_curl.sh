@@ -3,8 +3,8 @@
 # thread) against `curl -o` of the same file, run alternately in one session. Prints the
 # throughput ratio (station / curl, goal at least 0.8) and how far the station's resident memory
 # rose during the check (goal below 20 MB).
-# With "signed" the release is signed and the station built with its key: the check then also
-# reads the whole installer once more to verify it (mapped, so its pages count as resident).
+# With "signed" the release is signed with minisign and the station given its key: the check then
+# also takes the installer's BLAKE2b-512 digest as the bytes arrive and verifies the signature.
 # Usage: bench/update_vs_curl.sh BUILD_DIR [RUNS] [MEGABYTES] [signed]
 set -euo pipefail
 build=${1:?build folder}
@@ -22,16 +22,17 @@ trap cleanup EXIT
 
 head -c "$((megabytes << 20))" /dev/urandom >"$work/installer.bin"
 "$bin/devservice" seed --db "$work/service.db" --files "$work/files" >/dev/null
-sign=()
 public_key=
 if [[ "$signed" == signed ]]; then
-    openssl genpkey -algorithm ed25519 -out "$work/release.pem" 2>/dev/null
-    public_key=$(openssl pkey -in "$work/release.pem" -pubout -outform DER | tail -c 32 | base64)
-    sign=(--sign "$work/release.pem")
+    minisign -G -W -p "$work/release.pub" -s "$work/release.sec" >/dev/null
+    public_key=$(cat "$work/release.pub")
 fi
 "$bin/devservice" publish --db "$work/service.db" --files "$work/files" --version 99.99 \
-    --installer "$work/installer.bin" "${sign[@]}" >/dev/null
+    --installer "$work/installer.bin" >/dev/null
 rm "$work/installer.bin"
+if [[ "$signed" == signed ]]; then
+    minisign -S -s "$work/release.sec" -m "$work/files/rdp/setup.exe" -t "version=99.99" >/dev/null
+fi
 "$bin/devservice" serve --port 0 --db "$work/service.db" --files "$work/files" >"$work/service.log" 2>&1 &
 pids+=($!)
 for _ in $(seq 200); do
@@ -77,4 +78,4 @@ echo "update download of $megabytes MB over loopback${signed:+, signed and verif
 echo "  station: $s_ms ms   curl -o: $c_ms ms"
 awk -v s="$s_ms" -v c="$c_ms" 'BEGIN {printf "  throughput ratio station/curl: %.2f (goal >= 0.80)\n", c / s}'
 echo "  station resident memory growth during the check (largest of the runs): $growth MB (goal < 20 MB)"
-echo "    of it anonymous memory (heap, buffers; the rest is pages of the mapped installer): $anon MB"
+echo "    of it anonymous memory (heap, buffers; the rest is file pages mapped into the process): $anon MB"

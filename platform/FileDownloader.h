@@ -1,10 +1,19 @@
 #pragma once
 #include "platform/HttpClient.h"
 
+#include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 
 namespace station {
+
+/// Takes a file's bytes in order, as they are read or arrive.
+class ByteSink {
+public:
+    virtual ~ByteSink() = default;
+    virtual void write(const char* data, std::size_t size) = 0;
+};
 
 /// Downloads a large file straight to disk as it arrives, never whole into memory, and continues
 /// a transfer that broke off earlier. Bounded like every download: it ends when no byte has moved
@@ -18,6 +27,10 @@ public:
         /// The server's validator (ETag or Last-Modified) of the file `path` holds a part of. The
         /// server sends the rest only while it still has that very file, otherwise the whole one.
         std::string ifRange;
+        /// When set, gets every byte of the whole file once, in order: on a resumed download the
+        /// kept bytes (read back from `path`) and then the rest as it arrives; otherwise the body
+        /// as it arrives. A download that breaks leaves it incomplete.
+        std::shared_ptr<ByteSink> sink;
     };
     struct Result {
         bool ok = false;        ///< the whole body is in the file

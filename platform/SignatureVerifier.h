@@ -1,20 +1,27 @@
 #pragma once
+#include "platform/FileDownloader.h"
+
+#include <memory>
 #include <string>
+#include <string_view>
 
 namespace station {
 
-/// Checks detached Ed25519 signatures (RFC 8032) of files.
+/// The primitives that release signatures are checked with: a BLAKE2b-512 digest taken piece by
+/// piece as a file's bytes arrive, and Ed25519 (RFC 8032) over short messages.
 class SignatureVerifier {
 public:
-    struct Result {
-        bool valid = false;
-        std::string reason; ///< why not, in words, when !valid
+    /// A digest that takes the bytes in order; `finish` gives the 64-byte BLAKE2b-512 value.
+    class Digest : public ByteSink {
+    public:
+        virtual std::string finish() = 0;
     };
+
     virtual ~SignatureVerifier() = default;
-    /// Whether `signatureBase64` is a signature of the bytes of the file at `path` made with the
-    /// private key of `publicKeyBase64` (32 bytes).
-    virtual Result verifyFile(const std::string& path, const std::string& signatureBase64,
-                              const std::string& publicKeyBase64) = 0;
+    virtual std::shared_ptr<Digest> blake2b512() = 0;
+    /// Whether `signature` (64 bytes) was made over `message` with the private key of
+    /// `publicKey` (32 raw bytes).
+    virtual bool ed25519(std::string_view publicKey, std::string_view message, std::string_view signature) = 0;
 };
 
 } // namespace station

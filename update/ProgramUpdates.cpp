@@ -1,6 +1,7 @@
 #include "update/ProgramUpdates.h"
 
 #include "core/Text.h"
+#include "update/Minisign.h"
 #include "update/UpdateRules.h"
 
 #include <fstream>
@@ -51,7 +52,7 @@ ProgramUpdates::ProgramUpdates(const ServiceClient& service, Ports& ports, Updat
     : m_service(service), m_ports(ports), m_view(view), m_setup(std::move(setup)) {}
 
 fs::path ProgramUpdates::installFolder() const {
-    const auto& folder = m_setup.programFolder;
+    const auto& folder = m_userInstallFolder ? m_setup.userFolder : m_setup.programFolder;
     return (fs::path(std::u8string(folder.begin(), folder.end())) / "_Install").make_preferred();
 }
 
@@ -76,8 +77,8 @@ void ProgramUpdates::CheckProgramUpdates(const std::string& stationId) {
             const auto description = m_ports.http.get(m_base + "/rdpupdate.ini");
             if (!description.ok)
                 throw UpdateFailure(description.error);
-            const auto offered = markerValue(description.body, "Version =", lineEnd, m_ports.yield);
-            if (offersNewerVersion(m_setup.localVersion, offered) && GetProgramUpdates())
+            m_offered = markerValue(description.body, "Version =", lineEnd, m_ports.yield);
+            if (offersNewerVersion(m_setup.localVersion, m_offered) && GetProgramUpdates())
                 return;
         } catch (const std::exception&) {
             // Only the status bar tells: the next check comes on schedule.
@@ -103,8 +104,10 @@ bool ProgramUpdates::GetProgramUpdates() {
     markerValue(description.body, "Version =", lineEnd, m_ports.yield);
     const auto readMe = markerValue(description.body, "ReadMe=", lineEnd, m_ports.yield);
     markerValue(description.body, "Size=", lineEnd, m_ports.yield);
-    const auto signature = markerValue(description.body, "Signature=", lineEnd, m_ports.yield);
-    if (!downloadInstaller(m_base + "/setup.exe"))
+    std::shared_ptr<SignatureVerifier::Digest> digest;
+    if (!m_setup.publicKey.empty() && m_ports.signatures)
+        digest = m_ports.signatures->blake2b512();
+    if (!downloadInstaller(m_base + "/setup.exe", digest))
         return false;
 
     // Old files go first; none of this may stop the update.
@@ -120,7 +123,7 @@ bool ProgramUpdates::GetProgramUpdates() {
     if (renamed)
         throw UpdateFailure("cannot write " + utf8(installFile("Setup.exe")));
     fs::remove(fs::path(partialFile()) += ".validator", ignored);
-    if (!installerTrusted(signature))
+    if (!installerTrusted(digest.get()))
         return false;
 
     const auto notes = m_ports.http.get(readMe);
@@ -140,20 +143,34 @@ bool ProgramUpdates::GetProgramUpdates() {
     return true;
 }
 
-bool ProgramUpdates::downloadInstaller(const std::string& url) {
+void ProgramUpdates::prepareInstallFolder() {
+    const auto ready = [this] {
+        std::error_code ignored;
+        fs::create_directories(installFolder(), ignored);
+        return static_cast<bool>(std::ofstream(partialFile(), std::ios::binary | std::ios::app));
+    };
+    if (ready())
+        return;
+    if (!m_userInstallFolder && !m_setup.userFolder.empty()) {
+        m_userInstallFolder = true;
+        if (ready())
+            return;
+    }
+    // The installer is written as it arrives: a folder that cannot take it is a failed write,
+    // which the check reports, not a transfer to retry quietly under "Downloading...".
+    throw UpdateFailure("cannot write " + utf8(partialFile()));
+}
+
+bool ProgramUpdates::downloadInstaller(const std::string& url, std::shared_ptr<ByteSink> digest) {
     if (!m_ports.downloader)
         return false;
     std::error_code ignored;
-    fs::create_directories(installFolder(), ignored);
+    prepareInstallFolder();
     const auto partial = partialFile();
     const auto validatorFile = fs::path(partial) += ".validator";
-    // The installer is written as it arrives: a folder that cannot take it is a failed write,
-    // which the check reports, not a transfer to retry quietly under "Downloading...".
-    if (!std::ofstream(partial, std::ios::binary | std::ios::app))
-        throw UpdateFailure("cannot write " + utf8(partial));
 
     // What an earlier try left is continued only when the server's validator for it is known.
-    FileDownloader::Request request{url, utf8(partial), 0, {}};
+    FileDownloader::Request request{url, utf8(partial), 0, {}, std::move(digest)};
     if (fs::is_regular_file(partial, ignored) && fs::is_regular_file(validatorFile, ignored)) {
         request.ifRange = readFirstLine(validatorFile);
         const auto kept = fs::file_size(partial, ignored);
@@ -180,24 +197,45 @@ bool ProgramUpdates::downloadInstaller(const std::string& url) {
     return result.ok;
 }
 
-bool ProgramUpdates::installerTrusted(const std::string& signature) {
+bool ProgramUpdates::installerTrusted(SignatureVerifier::Digest* digest) {
     if (m_setup.publicKey.empty())
         return true;
-    std::string reason = "it carries no signature";
-    if (!signature.empty()) {
-        if (!m_ports.signatures)
-            reason = "its signature cannot be checked";
-        else if (const auto check =
-                     m_ports.signatures->verifyFile(utf8(installFile("setup.exe")), signature, m_setup.publicKey);
-                 check.valid)
-            return true;
-        else
-            reason = check.reason;
-    }
+    const auto reason = digest ? refusalOf(*digest) : "its signature cannot be checked";
+    if (reason.empty())
+        return true;
     std::error_code ignored;
     fs::remove(installFile("setup.exe"), ignored);
     m_view.setStatus(refused + reason);
     return false;
+}
+
+std::string ProgramUpdates::refusalOf(SignatureVerifier::Digest& digest) {
+    const auto key = minisign::parsePublicKey(m_setup.publicKey);
+    if (!key)
+        return "the built-in update key is not a minisign public key";
+    const auto file = m_ports.http.get(m_base + "/setup.exe.minisig");
+    if (!file.ok)
+        return "it carries no signature";
+    const auto signature = minisign::parseSignature(file.body);
+    if (!signature)
+        return "its signature file cannot be read";
+    if (signature->keyId != key->keyId)
+        return "it is signed with another key";
+    // The legacy form signs the whole file, which would have to be read once more.
+    if (!signature->prehashed)
+        return "it is signed in the legacy form, which is not accepted";
+    auto& verifier = *m_ports.signatures;
+    if (!verifier.ed25519(key->key, signature->signature + signature->trustedComment, signature->globalSignature))
+        return "the trusted comment of its signature does not verify";
+    const auto offered = text::trim(m_offered);
+    const auto named = minisign::versionIn(signature->trustedComment);
+    if (named.empty())
+        return "its signature names no version";
+    if (named != offered)
+        return "its signature is for version " + named + ", not " + offered;
+    if (!verifier.ed25519(key->key, digest.finish(), signature->signature))
+        return "the signature does not match the installer";
+    return {};
 }
 
 } // namespace station

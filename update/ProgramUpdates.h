@@ -8,12 +8,15 @@
 // renamed when complete. A transfer that breaks keeps its partial file and the server's
 // validator beside it; the next check asks only for the rest, guarded by that validator, so a
 // large release crosses a slow line over several checks. When the program carries an update
-// key, the installer is started only when the description's "Signature=" verifies.
+// key, the installer is started only when "setup.exe.minisig" beside it verifies: made with that
+// key, over the installer's digest (taken as the bytes arrive, kept bytes first), and naming in its
+// trusted comment the version that the description offered.
 #include "platform/Ports.h"
 #include "service/ServiceClient.h"
 #include "update/UpdateView.h"
 
 #include <filesystem>
+#include <memory>
 #include <string>
 
 namespace station {
@@ -23,7 +26,10 @@ public:
     struct Setup {
         std::string programFolder; ///< the program's folder; the install folder lies inside
         std::string localVersion;  ///< this program's version, as versionText() writes it
-        std::string publicKey;     ///< base64 Ed25519 key releases are signed with; empty = unsigned
+        std::string publicKey;     ///< minisign public key text releases are signed with; empty = unsigned
+        /// A folder of this user's own that holds the install folder when the program's folder
+        /// cannot be written (a program installed for all users); empty = none.
+        std::string userFolder;
     };
 
     // Texts the operator sees.
@@ -46,6 +52,8 @@ public:
     bool ended() const { return m_ended; }
     /// The update base address kept between checks.
     const std::string& baseAddress() const { return m_base; }
+    /// "_Install" in the program's folder, or in the user's folder once the program's could not
+    /// be written.
     std::filesystem::path installFolder() const;
     /// The file in the install folder that `literal` names: "setup.exe" and "Setup.exe" name one
     /// file, as they do where file names ignore case.
@@ -57,15 +65,22 @@ private:
     /// the caller shows as a communications error.
     bool GetProgramUpdates();
     /// The installer into the partial file, continuing an earlier try; true when it is whole.
-    bool downloadInstaller(const std::string& url);
+    bool downloadInstaller(const std::string& url, std::shared_ptr<ByteSink> digest);
+    /// Makes the install folder and the partial file in it, in the user's folder when the
+    /// program's cannot take them.
+    void prepareInstallFolder();
     /// True when the installer may be started; otherwise it is deleted and the status says why.
-    bool installerTrusted(const std::string& signature);
+    bool installerTrusted(SignatureVerifier::Digest* digest);
+    /// Why the installer with `digest` may not be started; empty when it may.
+    std::string refusalOf(SignatureVerifier::Digest& digest);
 
     const ServiceClient& m_service;
     Ports& m_ports;
     UpdateView& m_view;
     Setup m_setup;
     std::string m_base;
+    std::string m_offered; ///< the version the description offered when the update began
+    bool m_userInstallFolder = false;
     bool m_ended = false;
 };
 

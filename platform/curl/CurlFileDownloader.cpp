@@ -2,6 +2,7 @@
 
 #include <curl/curl.h>
 
+#include <algorithm>
 #include <cctype>
 #include <chrono>
 #include <cstdio>
@@ -11,6 +12,7 @@
 #include <mutex>
 #include <string_view>
 #include <system_error>
+#include <vector>
 
 namespace station {
 
@@ -192,10 +194,16 @@ private:
                 m_refusal = "the partial file cannot be continued: " + ec.message();
                 return false;
             }
+            if (m_request.sink && !feedKeptBytes())
+                return false;
             m_file.reset(openFile(m_request.path, "ab"));
             m_mode = Mode::Append;
             m_written = m_request.resumeFrom;
         } else if (status == 200) {
+            // A new file rather than the old one cut to nothing: Linux file systems write a file
+            // that was truncated to empty and written again out to disk as it is closed (ext4's
+            // auto_da_alloc), which held the end of a 200 MB download for a quarter of a second.
+            fs::remove(fs::path(std::u8string(m_request.path.begin(), m_request.path.end())), ec);
             m_file.reset(openFile(m_request.path, "wb"));
             m_mode = Mode::Write;
             m_written = 0;
@@ -207,7 +215,9 @@ private:
             m_mode = Mode::None;
             return false;
         }
-        std::setvbuf(m_file.get(), nullptr, _IOFBF, 1u << 20);
+        // The pieces libcurl hands over are large already: each goes to the file as it is, without
+        // a copy into a buffer of the C library.
+        std::setvbuf(m_file.get(), nullptr, _IONBF, 0);
         curl_off_t length = -1;
         curl_easy_getinfo(m_handle, CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &length);
         if (length > 0 && m_written + static_cast<std::uint64_t>(length) > m_maxBytes) {
@@ -215,6 +225,24 @@ private:
             return false;
         }
         return true;
+    }
+
+    /// The bytes kept from an earlier try, read once into the sink before the rest arrives.
+    bool feedKeptBytes() {
+        const std::unique_ptr<std::FILE, FileCloser> kept(openFile(m_request.path, "rb"));
+        std::vector<char> piece(1u << 20);
+        std::uint64_t left = m_request.resumeFrom;
+        while (kept && left > 0) {
+            const auto n = std::fread(
+                piece.data(), 1, static_cast<std::size_t>(std::min<std::uint64_t>(left, piece.size())), kept.get());
+            if (n == 0)
+                break;
+            m_request.sink->write(piece.data(), n);
+            left -= n;
+        }
+        if (left > 0)
+            m_refusal = "the partial file cannot be read back";
+        return left == 0;
     }
 
     static std::size_t received(char* data, std::size_t size, std::size_t count, void* self) {
@@ -236,6 +264,8 @@ private:
             d->m_refusal = "the file " + d->m_request.path + " could not be written";
             return 0;
         }
+        if (d->m_request.sink)
+            d->m_request.sink->write(data, bytes);
         d->m_written += bytes;
         return bytes;
     }

@@ -2,8 +2,10 @@
 # The Debian package as a till PC gets it: unpacked into a scratch root, started from there
 # against the reference service under Xvfb, with only the libraries the package depends on.
 #   InstalledPackageTest.sh PACKAGE_DIR BUILD_BIN_DIR VERSION
-# Checks what the package holds and needs, that the main window appears, and that the station
-# fetched its store list from the service. Leaves a screenshot of the screen in PACKAGE_DIR.
+# Checks what the package holds and needs, that the main window appears, that the station
+# fetched its store list from the service, and that it takes a published release although
+# /usr/bin cannot be written: the installer lands in the user's own folder and runs from there.
+# Leaves a screenshot of the screen in PACKAGE_DIR.
 set -euo pipefail
 package_dir=$1
 bin=$2
@@ -24,6 +26,7 @@ chmod 755 "$work"
 pids=()
 cleanup() {
     for pid in "${pids[@]}"; do kill -TERM "$pid" 2>/dev/null && wait "$pid" 2>/dev/null || true; done
+    chmod -R u+w "$work" 2>/dev/null || true
     rm -rf "$work"
 }
 trap cleanup EXIT
@@ -46,6 +49,17 @@ done
 
 dpkg-deb -x "$deb" "$work/root"
 station=$work/root/usr/bin/vorneterminal
+# As installed: the program's folder is not the user's to write. Root writes anywhere, so the
+# station then runs as an ordinary user of its own.
+chmod a-w "$work/root/usr/bin"
+home=$work/home
+mkdir -p "$home/run"
+chmod 700 "$home/run"
+as_user=()
+if [[ $(id -u) -eq 0 ]]; then
+    chown -R nobody: "$home"
+    as_user=(setpriv --reuid=nobody --regid=nogroup --clear-groups --)
+fi
 if readelf -d "$station" | grep -qE 'RPATH|RUNPATH'; then
     fail "the installed binary still searches the build folder: $(readelf -d "$station" | grep -E 'RPATH|RUNPATH')"
 fi
@@ -76,8 +90,8 @@ export DISPLAY=":$(tr -d '\n' <"$work/display")"
 # Started from the scratch root, with no path into the build folder.
 (
     cd "$work"
-    exec env -i PATH=/usr/bin:/bin HOME="$work" DISPLAY="$DISPLAY" QT_QPA_PLATFORM=xcb XDG_RUNTIME_DIR="$work" \
-        QT_LOGGING_RULES="qt.core.qobject.connect=false" \
+    exec "${as_user[@]}" env -i PATH=/usr/bin:/bin HOME="$home" DISPLAY="$DISPLAY" QT_QPA_PLATFORM=xcb \
+        XDG_RUNTIME_DIR="$home/run" QT_LOGGING_RULES="qt.core.qobject.connect=false" STATION_TICK_MS=200 \
         STATION_SERVICE_URL="http://127.0.0.1:$port/terminal2secure.asp" \
         STATION_REPORTS_URL="http://127.0.0.1:$port/Reports/" STATION_UPDATE_URL="http://127.0.0.1:$port/rdp" \
         STATION_SERVER_LIST=127.0.0.1 "$station"
@@ -110,4 +124,25 @@ kill -0 "$station_pid" 2>/dev/null || fail "the station ended after loading: $(c
 if command -v xwd >/dev/null && [[ -x /usr/bin/convert ]]; then
     xwd -root -silent | /usr/bin/convert xwd:- "$package_dir/installed-station.png" || true
 fi
-echo "installed package shows \"$title\" with the store list from the service"
+
+# A newer release published: the next check downloads it into the user's folder, the operator
+# confirms the hand-over, the installer runs from there and the station ends.
+"$bin/devservice" set-update --db "$work/service.db" "http://127.0.0.1:$port/rdp"
+"$bin/devservice" publish --db "$work/service.db" --files "$work/files" --version 99.99 \
+    --installer "$work/files/rdp/setup.exe" >/dev/null
+box=$(timeout 30 xdotool search --sync --name '^New Update to Install$' | head -1) ||
+    fail "no hand-over message: $(cat "$work/station.log")"
+xdotool windowfocus --sync "$box" key Return
+install=$home/.local/share/vorne-terminal/_Install
+for _ in $(seq 100); do
+    [[ -s $install/installer-ran.txt ]] && break
+    sleep 0.1
+done
+[[ -s $install/installer-ran.txt ]] || fail "the installer did not run from $install: $(ls -la "$install" 2>&1)"
+[[ ! -e $work/root/usr/bin/_Install ]] || fail "an install folder appeared in /usr/bin"
+for _ in $(seq 100); do
+    kill -0 "$station_pid" 2>/dev/null || break
+    sleep 0.1
+done
+kill -0 "$station_pid" 2>/dev/null && fail "the station still runs after the hand-over"
+echo "installed package shows \"$title\" with the store list from the service, and updated itself from $install"

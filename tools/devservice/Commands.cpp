@@ -37,9 +37,10 @@ constexpr const char* usage = R"(usage:
   devservice uploads --db FILE
   devservice versions --db FILE
   devservice requests --db FILE [--key KEY]
-  devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.pem]
-                                                          (a release under rdp/; signed with an
-                                                          Ed25519 private key when --sign is given)
+  devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.sec]
+                                                          (a release under rdp/; with --sign also
+                                                          rdp/setup.exe.minisig, made with a minisign
+                                                          secret key without password, minisign -G -W)
   devservice cut-download --db FILE BYTES                 (the next update download breaks off
                                                           after BYTES bytes, once)
 )";

@@ -13,7 +13,8 @@ struct Release {
     std::string version;                         ///< written after "Version =", e.g. "2.02"
     std::filesystem::path installer;             ///< copied to rdp/setup.exe
     std::optional<std::filesystem::path> readMe; ///< copied to rdp/readme.txt; a short text when none
-    /// PEM Ed25519 private key; the description then carries "Signature=" of the installer.
+    /// minisign secret key without a password (`minisign -G -W`); rdp/setup.exe.minisig is then
+    /// written beside the installer, its trusted comment "version=" and the version.
     std::optional<std::filesystem::path> signingKey;
 };
 
@@ -21,8 +22,9 @@ struct Release {
 /// std::runtime_error with the reason when a file or the key cannot be used.
 void publishRelease(const std::filesystem::path& filesRoot, const Release& release);
 
-/// Base64 Ed25519 signature of `bytes` with the PEM private key in `keyFile`.
-std::string signBytes(const std::string& bytes, const std::filesystem::path& keyFile);
+/// The ".minisig" text that `minisign -S -t COMMENT` writes for `bytes` with the secret key in
+/// `keyFile` (prehashed: the signature covers the BLAKE2b-512 digest of the bytes).
+std::string minisignature(const std::string& bytes, const std::filesystem::path& keyFile, const std::string& comment);
 
 /// A strong validator of the file as it is now: changes whenever the file is replaced.
 std::string entityTag(const std::filesystem::path& file);

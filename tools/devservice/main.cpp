@@ -16,10 +16,10 @@
 //   devservice stores|settings --db FILE [--station ID]
 //   devservice tickets|alerts|versions --db FILE
 //   devservice requests --db FILE [--key KEY]            every logged request, in arrival order
-//   devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.pem]
-//                                                        a release under rdp/, signed with the
-//                                                        Ed25519 key when given; served with an
-//                                                        ETag and single ranges (If-Range)
+//   devservice publish --db FILE --version V --installer FILE [--readme FILE] [--sign KEY.sec]
+//                                                        a release under rdp/, with setup.exe.minisig
+//                                                        from the minisign key when given; served
+//                                                        with an ETag and single ranges (If-Range)
 //   devservice cut-download --db FILE BYTES              the next update download breaks off
 //                                                        after BYTES bytes (tests of resuming)
 //

@@ -35,6 +35,12 @@ void writeFile(const std::string& path, const std::string& bytes) {
     std::ofstream(path, std::ios::binary | std::ios::trunc) << bytes;
 }
 
+/// What a download hands its sink, kept whole.
+struct Collected : ByteSink {
+    std::string bytes;
+    void write(const char* data, std::size_t size) override { bytes.append(data, size); }
+};
+
 class CurlDownload : public testing::Test {
 protected:
     static void SetUpTestSuite() { qputenv("no_proxy", "*"); }
@@ -72,7 +78,8 @@ protected:
     FileDownloader::Result download(const std::string& path, std::uint64_t from = 0, const std::string& ifRange = {},
                                     HttpLimits limits = {}, std::uint64_t maxBytes = 64 << 20) {
         CurlFileDownloader downloader(limits, maxBytes);
-        return downloader.download({m_serving->url(path), target, from, ifRange});
+        fed = std::make_shared<Collected>();
+        return downloader.download({m_serving->url(path), target, from, ifRange, fed});
     }
 
     QTemporaryDir dir;
@@ -81,6 +88,7 @@ protected:
     std::string etag = "\"abc\"";
     bool ignoreRanges = false;
     std::string lastRange, lastIfRange;
+    std::shared_ptr<Collected> fed;
 
 private:
     httplib::Server m_server;
@@ -96,6 +104,7 @@ TEST_F(CurlDownload, AWholeFileGoesToDiskByteForByteWithItsValidator) {
     EXPECT_EQ(r.size, file.size());
     EXPECT_FALSE(r.resumed);
     EXPECT_TRUE(lastRange.empty());
+    EXPECT_EQ(fed->bytes, file);
 }
 
 TEST_F(CurlDownload, TheRestIsAppendedWhenTheValidatorStillMatches) {
@@ -108,6 +117,7 @@ TEST_F(CurlDownload, TheRestIsAppendedWhenTheValidatorStillMatches) {
     EXPECT_EQ(lastRange, "bytes=1000000-");
     EXPECT_EQ(lastIfRange, etag);
     EXPECT_EQ(readFile(target), file);
+    EXPECT_EQ(fed->bytes, file) << "the kept bytes, read back once, then the rest";
 }
 
 TEST_F(CurlDownload, TheWholeFileReplacesThePartWhenTheServerSendsItWhole) {
@@ -119,6 +129,7 @@ TEST_F(CurlDownload, TheWholeFileReplacesThePartWhenTheServerSendsItWhole) {
         EXPECT_FALSE(r.resumed);
         EXPECT_EQ(r.status, 200);
         EXPECT_EQ(readFile(target), file) << (changed ? "a new file" : "a server without ranges");
+        EXPECT_EQ(fed->bytes, file) << "the kept part is not part of the file now";
     }
 }
 
@@ -137,6 +148,7 @@ TEST_F(CurlDownload, AnErrorAnswerLeavesTheKeptPartAsItWas) {
     EXPECT_THAT(r.error, HasSubstr("404"));
     EXPECT_EQ(readFile(target), "kept part");
     EXPECT_EQ(r.size, 9u);
+    EXPECT_EQ(fed->bytes, "") << "an error page is no part of the file";
 }
 
 TEST_F(CurlDownload, AFileLargerThanTheLimitIsRefused) {
