@@ -21,6 +21,7 @@ constexpr const char* schemaNamespaceAlt = "uuid:BDC6E3F0-6DA3-11d1-A2A3-00805FC
 constexpr const char* datatypeNamespace = "uuid:C2F41010-65B3-11d1-A29F-00AA00C14882";
 constexpr const char* rowsetNamespace = "urn:schemas-microsoft-com:rowset";
 constexpr const char* rowNamespace = "#RowsetSchema";
+const std::initializer_list<std::string_view> schemaNamespaces = {schemaNamespace, schemaNamespaceAlt};
 
 /// The fields in table order, with the names they are written by.
 constexpr std::array<const char*, 5> fieldNames = {"Username", "password", "domain", "ip", "station"};
@@ -80,6 +81,25 @@ pugi::xml_attribute attributeIn(pugi::xml_node node, std::string_view ns, std::s
         const auto [prefix, name] = split(a.name());
         if (!prefix.empty() && prefix != "xmlns" && name == local && namespaceAt(node, prefix) == ns)
             return a;
+    }
+    return {};
+}
+
+/// The first row that is not deleted, in file order: a plain row, a row added and not yet sent
+/// anywhere (inside rs:insert), or a changed one (inside rs:update, after its rs:original copy).
+/// The second node is that original copy: a changed row carries only the values that changed.
+std::pair<pugi::xml_node, pugi::xml_node> firstRow(pugi::xml_node data) {
+    for (auto c : data.children()) {
+        if (isElement(c, {rowNamespace}, "row"))
+            return {c, {}};
+        if (isElement(c, {rowsetNamespace}, "insert"))
+            if (const auto row = child(c, {rowNamespace}, "row"))
+                return {row, {}};
+        if (isElement(c, {rowsetNamespace}, "update"))
+            if (const auto row = child(c, {rowNamespace}, "row")) {
+                const auto original = child(c, {rowsetNamespace}, "original");
+                return {row, original ? child(original, {rowNamespace}, "row") : pugi::xml_node()};
+            }
     }
     return {};
 }
@@ -148,32 +168,44 @@ ConnectionRow readConnectionFile(std::string_view xml) {
     if (!parsed)
         throw ConnectionFileError(std::string("it is not a readable XML file (") + parsed.description() + ")");
     const auto root = doc.document_element();
-    const auto schema = child(root, {schemaNamespace, schemaNamespaceAlt}, "Schema");
+    const auto schema = child(root, schemaNamespaces, "Schema");
     if (std::string_view(root.name()) != "xml" || !schema ||
         std::string_view(schema.attribute("id").value()) != "RowsetSchema")
         throw ConnectionFileError("it is not a saved recordset (no rowset schema)");
 
     pugi::xml_node rowType;
     for (auto type : schema.children())
-        if (isElement(type, {schemaNamespace, schemaNamespaceAlt}, "ElementType") &&
+        if (isElement(type, schemaNamespaces, "ElementType") &&
             std::string_view(type.attribute("name").value()) == "row")
             rowType = type;
     if (!rowType)
         throw ConnectionFileError("it is not a saved recordset (no row description)");
 
     // Each column: its name, and the attribute its values are written under (they differ when
-    // the name is no valid XML name).
+    // the name is no valid XML name). A column is described inside the row's type, or (the
+    // older form) beside it and referred to from it; the order is that of the row's type.
     std::vector<std::pair<std::string, std::string>> columns;
-    for (auto column : rowType.children()) {
-        if (!isElement(column, {schemaNamespace, schemaNamespaceAlt}, "AttributeType"))
-            continue;
+    auto addColumn = [&](pugi::xml_node column) {
         const std::string attribute = column.attribute("name").value();
         const auto named = attributeIn(column, rowsetNamespace, "name");
         columns.emplace_back(named ? named.value() : attribute, attribute);
+    };
+    for (auto column : rowType.children()) {
+        if (isElement(column, schemaNamespaces, "AttributeType")) {
+            addColumn(column);
+        } else if (isElement(column, schemaNamespaces, "attribute")) {
+            const std::string_view type = column.attribute("type").value();
+            for (auto described : schema.children())
+                if (isElement(described, schemaNamespaces, "AttributeType") &&
+                    type == described.attribute("name").value()) {
+                    addColumn(described);
+                    break;
+                }
+        }
     }
 
     const auto data = child(root, {rowsetNamespace}, "data");
-    const auto values = data ? child(data, {rowNamespace}, "row") : pugi::xml_node();
+    const auto [values, original] = data ? firstRow(data) : std::pair<pugi::xml_node, pugi::xml_node>();
     if (!values)
         throw ConnectionFileError("the recordset holds no row");
 
@@ -187,6 +219,8 @@ ConnectionRow readConnectionFile(std::string_view xml) {
             throw ConnectionFileError(std::string("the recordset has no field \"") + fieldNames[i] + "\"");
         if (const auto value = values.attribute(column->second.c_str()))
             field(row, i) = value.value();
+        else if (const auto kept = original.attribute(column->second.c_str()))
+            field(row, i) = kept.value();
     }
     return row;
 }

@@ -93,9 +93,11 @@ bool GetInfo::SaveLocal(const ConnectionBoxes& boxes) {
     return true;
 }
 
-void GetInfo::cmdSave_Click(const ConnectionBoxes& boxes) {
-    if (SaveLocal(boxes))
-        m_dialogs.message("Saved to " + m_settings.filePath);
+bool GetInfo::cmdSave_Click(const ConnectionBoxes& boxes) {
+    if (!SaveLocal(boxes))
+        return false;
+    m_dialogs.message("Saved to " + m_settings.filePath);
+    return true;
 }
 
 void GetInfo::cmdLogin_Click(const ConnectionBoxes& boxes) {

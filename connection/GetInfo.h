@@ -38,8 +38,8 @@ public:
     /// Asks for a file name and saves the boxes there; false when nothing was saved (a message
     /// said why).
     bool SaveLocal(const ConnectionBoxes& boxes);
-    /// SaveLocal, then tells where the file went.
-    void cmdSave_Click(const ConnectionBoxes& boxes);
+    /// SaveLocal, then tells where the file went; false when nothing was saved.
+    bool cmdSave_Click(const ConnectionBoxes& boxes);
     /// The boxes, trimmed, become the connection settings; an empty domain becomes ".".
     void cmdLogin_Click(const ConnectionBoxes& boxes);
 

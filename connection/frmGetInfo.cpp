@@ -6,6 +6,7 @@
 #include <QHBoxLayout>
 #include <QLabel>
 #include <QLineEdit>
+#include <QPainter>
 #include <QPushButton>
 #include <QScreen>
 #include <QTimer>
@@ -17,6 +18,23 @@ namespace {
 QString qs(const std::string& s) {
     return QString::fromStdString(s);
 }
+
+/// A path shown in the room the window has, shortened in the middle when it does not fit there;
+/// text() keeps the whole path. A long path never widens the window past the screen.
+class PathLabel : public QLabel {
+public:
+    explicit PathLabel(QWidget* parent) : QLabel(parent) {
+        setSizePolicy(QSizePolicy::Ignored, QSizePolicy::Preferred);
+    }
+
+protected:
+    void paintEvent(QPaintEvent*) override {
+        QPainter painter(this);
+        const auto room = contentsRect();
+        painter.drawText(room, static_cast<int>(alignment()),
+                         fontMetrics().elidedText(text(), Qt::ElideMiddle, room.width()));
+    }
+};
 
 } // namespace
 
@@ -54,7 +72,7 @@ frmGetInfo::frmGetInfo(Dialogs& dialogs, ConnectionSettings& settings, const std
         previous = edit;
         *b.box = edit;
     }
-    Label6 = new QLabel(this);
+    Label6 = new PathLabel(this);
     Label6->setObjectName(QStringLiteral("Label6"));
     grid->addWidget(Label6, row++, 0, 1, 2);
 
@@ -124,16 +142,21 @@ void frmGetInfo::cmdLogin_Click() {
 void frmGetInfo::cmdPopulate_Click() {
     if (const auto loaded = m_logic.populate()) {
         showBoxes(*loaded);
-        Label6->setText(qs(m_settings.filePath));
+        showPath();
     }
     QApplication::processEvents();
 }
 
 void frmGetInfo::cmdSave_Click() {
-    const auto before = m_settings.filePath;
-    m_logic.cmdSave_Click(boxes());
-    if (m_settings.filePath != before)
-        Label6->setText(qs(m_settings.filePath));
+    // Also when the path is the one remembered already: a failed load remembers its path
+    // without showing it.
+    if (m_logic.cmdSave_Click(boxes()))
+        showPath();
+}
+
+void frmGetInfo::showPath() {
+    Label6->setText(qs(m_settings.filePath));
+    Label6->setToolTip(Label6->text());
 }
 
 } // namespace station

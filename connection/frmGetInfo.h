@@ -38,6 +38,8 @@ protected:
 private:
     ConnectionBoxes boxes() const;
     void showBoxes(const ConnectionBoxes& values);
+    /// The connection file path in Label6, whole in its tool tip.
+    void showPath();
 
     ConnectionSettings& m_settings;
     GetInfo m_logic;

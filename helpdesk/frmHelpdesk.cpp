@@ -44,6 +44,8 @@ frmHelpdesk::frmHelpdesk(StationState& state, Ports& ports, const ServiceClient&
     txtPhone = named(new QLineEdit(this), "txtPhone");
     txtSubject = named(new QLineEdit(this), "txtSubject");
     txtProblem = named(new QPlainTextEdit(this), "txtProblem");
+    // Tab moves on, as in the other boxes: the keyboard alone must be able to leave it.
+    txtProblem->setTabChangesFocus(true);
     cmbPriority = named(new QComboBox(this), "cmbPriority");
     cmdSubmit = named(new QPushButton(QStringLiteral("Submit"), this), "cmdSubmit");
     cmdCancel = named(new QPushButton(QStringLiteral("Cancel"), this), "cmdCancel");

@@ -90,6 +90,26 @@ std::string emptyResult() {
     return std::string(resultLineEnd);
 }
 
+bool writeResultFile(const std::string& path, std::string_view content) {
+    const fs::path target(path);
+    // Same folder, so the rename never crosses volumes; not ".tmp", which is a check's image.
+    fs::path part = target;
+    part += ".part";
+    std::ofstream file(part, std::ios::binary | std::ios::trunc);
+    file.write(content.data(), static_cast<std::streamsize>(content.size()));
+    file.close();
+    std::error_code error;
+    if (file)
+        // Replaces an existing result: rename(2) on POSIX; on Windows both libstdc++ and the
+        // Microsoft library call MoveFileExW with MOVEFILE_REPLACE_EXISTING.
+        fs::rename(part, target, error);
+    if (!file || error) {
+        fs::remove(part, error);
+        return false;
+    }
+    return true;
+}
+
 std::array<std::string, 3> wedgeTracks(std::string_view typed) {
     std::array<std::string, 3> tracks;
     std::vector<std::string> pieces;
@@ -231,10 +251,7 @@ void ReaderTask::deletePreviousResults() {
 }
 
 void ReaderTask::writeResult(const std::string& content) {
-    std::ofstream file(fs::path(m_line.field(1)), std::ios::binary | std::ios::trunc);
-    file << content;
-    file.close();
-    if (!file)
+    if (!writeResultFile(m_line.field(1), content))
         m_peers.dialogs.message("The result file " + m_line.field(1) + " could not be written.",
                                 Dialogs::Icon::Critical);
 }

@@ -67,6 +67,11 @@ std::string cardResult(std::string_view taskField, const std::array<std::string,
 std::string checkResult(std::string_view taskField, std::string_view micrLine, std::uintmax_t imageSize);
 /// The file of a cancelled or timed-out read: one empty line.
 std::string emptyResult();
+/// Writes a task's result file so that a program polling for it finds either no file (or the
+/// earlier one) or the whole new text, never a part: the text goes to a file of its own beside
+/// the result, which then takes the result's name in one step. False when it could not be
+/// written; nothing is left behind then.
+bool writeResultFile(const std::string& path, std::string_view content);
 
 /// A keyboard wedge types the card's tracks as the ISO sentinels frame them: "%" track 1 "?",
 /// ";" track 2 "?", ";" track 3 "?". The text is cut at every ";" and every "?": the first

@@ -3,8 +3,6 @@
 #include "core/Text.h"
 #include "host/CardReading.h"
 
-#include <fstream>
-
 namespace station {
 
 bool runFileTask(const TaskLine& line, Dialogs& dialogs) {
@@ -16,9 +14,7 @@ bool runFileTask(const TaskLine& line, Dialogs& dialogs) {
     const auto chosen = line.task == 1 ? dialogs.openFile(start, text::fromWire(filter))
                                        : dialogs.saveFile(start, text::fromWire(filter));
     const std::string end(resultLineEnd);
-    std::ofstream file(line.field(1), std::ios::binary | std::ios::trunc);
-    file << line.field(0) << end << resultEntry(text::toWire(chosen)) << end;
-    return static_cast<bool>(file);
+    return writeResultFile(line.field(1), line.field(0) + end + resultEntry(text::toWire(chosen)) + end);
 }
 
 } // namespace station

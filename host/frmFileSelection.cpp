@@ -29,6 +29,9 @@ frmFileSelection::frmFileSelection(std::string taskLine, Ports& ports, const Sta
     // A flat button paints its background colour, as the prompt needs.
     Command1->setFlat(true);
     Command1->setAutoFillBackground(true);
+    // The prompt is never the dialog's default button: an Enter meant for the wedge's box would
+    // otherwise click it, and a click is a cancel.
+    Command1->setAutoDefault(false);
     Command1->hide();
     layout->addWidget(Command1);
     connect(Command1, &QPushButton::clicked, this, &frmFileSelection::Command1_Click);
@@ -39,6 +42,7 @@ frmFileSelection::frmFileSelection(std::string taskLine, Ports& ports, const Sta
     layout->addWidget(txtCCInfo);
     cmdEndCC = new QPushButton(QStringLiteral("OK"), this);
     cmdEndCC->setObjectName(QStringLiteral("cmdEndCC"));
+    cmdEndCC->setAutoDefault(false);
     cmdEndCC->hide();
     layout->addWidget(cmdEndCC);
     connect(cmdEndCC, &QPushButton::clicked, this, &frmFileSelection::cmdEndCC_Click);
@@ -113,10 +117,18 @@ void frmFileSelection::showPrompt(const std::string& caption, PromptColour colou
     palette.setColor(QPalette::Button, colour == PromptColour::Yellow ? Qt::yellow : Qt::green);
     Command1->setPalette(palette);
     Command1->show();
-    Command1->setFocus();
+    // A wedge types into whatever has the focus: while its read is pending the box keeps it,
+    // else a blank or the closing Enter would reach the prompt and cancel the read.
+    if (!m_wedgePending)
+        Command1->setFocus();
 }
 
 void frmFileSelection::showWedgeBox() {
+    m_wedgePending = true;
+    // The box is the only control the keyboard reaches, so not even a Tab a wedge may send
+    // between tracks moves the typing elsewhere. A click on the prompt still cancels.
+    Command1->setFocusPolicy(Qt::NoFocus);
+    cmdEndCC->setFocusPolicy(Qt::NoFocus);
     txtCCInfo->clear();
     txtCCInfo->show();
     cmdEndCC->show();

@@ -58,6 +58,7 @@ private:
     const ServiceClient& m_service;
     std::unique_ptr<ReaderTask> m_reader;
     bool m_started = false;
+    bool m_wedgePending = false;
 };
 
 } // namespace station

@@ -18,8 +18,11 @@ public:
     virtual bool isConnected() const = 0;
     virtual void disconnect() = 0;
     virtual bool changeFolder(const std::string& remoteFolder) = 0;
-    /// Names of the remote folder's entries, listed with the given argument (e.g. "-lr *.*").
+    /// Names of the remote folder's entries from its long listing (LIST), with the given argument
+    /// (e.g. "-lr *.*"; empty for none). A listing that failed is empty with lastError() set.
     virtual std::vector<std::string> list(const std::string& argument) = 0;
+    /// Names of the remote folder's entries from its name listing (NLST).
+    virtual std::vector<std::string> nameList() = 0;
     virtual bool store(const std::string& localPath, const std::string& remoteName, const Progress& progress) = 0;
     virtual bool remove(const std::string& remoteName) = 0;
     /// The last error's description, empty when none.
@@ -41,6 +44,7 @@ public:
             void disconnect() override {}
             bool changeFolder(const std::string&) override { return false; }
             std::vector<std::string> list(const std::string&) override { return {}; }
+            std::vector<std::string> nameList() override { return {}; }
             bool store(const std::string&, const std::string&, const Progress&) override { return false; }
             bool remove(const std::string&) override { return false; }
             std::string lastError() const override { return "This station has no FTP client."; }

@@ -98,9 +98,8 @@ std::optional<std::string_view> dosName(std::string_view line) {
     return line.substr(w[3].start);
 }
 
-} // namespace
-
-std::vector<std::string> ftpEntryNames(std::string_view listing) {
+/// The names `nameOf` finds in the listing's lines (CR LF or LF), without "." and "..".
+template <typename NameOf> std::vector<std::string> namesIn(std::string_view listing, NameOf nameOf) {
     std::vector<std::string> out;
     while (!listing.empty()) {
         const auto end = listing.find('\n');
@@ -108,13 +107,28 @@ std::vector<std::string> ftpEntryNames(std::string_view listing) {
         listing = end == std::string_view::npos ? std::string_view() : listing.substr(end + 1);
         if (!line.empty() && line.back() == '\r')
             line.remove_suffix(1);
-        auto name = unixName(line);
-        if (!name)
-            name = dosName(line);
+        const std::optional<std::string_view> name = nameOf(line);
         if (name && !name->empty() && *name != "." && *name != "..")
             out.emplace_back(*name);
     }
     return out;
+}
+
+} // namespace
+
+std::vector<std::string> ftpEntryNames(std::string_view listing) {
+    return namesIn(listing, [](std::string_view line) {
+        auto name = unixName(line);
+        return name ? name : dosName(line);
+    });
+}
+
+std::vector<std::string> ftpNames(std::string_view listing) {
+    return namesIn(listing, [](std::string_view line) -> std::optional<std::string_view> {
+        if (const auto slash = line.rfind('/'); slash != std::string_view::npos)
+            line.remove_prefix(slash + 1);
+        return line;
+    });
 }
 
 } // namespace station

@@ -13,4 +13,8 @@ namespace station {
 /// ("total 12", blank lines, "." and "..") are left out, and so are lines of no known style.
 std::vector<std::string> ftpEntryNames(std::string_view listing);
 
+/// The names in a name listing (NLST): one a line, as they stand; blank lines, "." and ".." are
+/// left out, and so is a folder part some servers put before each name.
+std::vector<std::string> ftpNames(std::string_view listing);
+
 } // namespace station

@@ -36,9 +36,6 @@ inline constexpr std::size_t maxDownload = 256u << 20;
 /// that sends more is not sending an installer.
 inline constexpr std::uint64_t maxInstaller = 1ull << 30;
 
-/// Checking the signature of a downloaded installer (it reads the whole file).
-inline constexpr std::chrono::milliseconds verify = 60s;
-
 /// Each request to the print spooler, from sending it to the end of its answer.
 inline constexpr std::chrono::milliseconds spoolerAnswer = 10s;
 

@@ -247,29 +247,6 @@ FileDownloader::Result OffThreadFileDownloader::download(const Request& request,
     return box->take();
 }
 
-// ---- OffThreadSignatureVerifier
-
-OffThreadSignatureVerifier::OffThreadSignatureVerifier(std::shared_ptr<SignatureVerifier> inner, Waiter& waiter,
-                                                       std::chrono::milliseconds limit)
-    : m_inner(std::move(inner)), m_limit(limit), m_worker(waiter) {}
-
-SignatureVerifier::Result OffThreadSignatureVerifier::verifyFile(const std::string& path,
-                                                                 const std::string& signatureBase64,
-                                                                 const std::string& publicKeyBase64) {
-    auto box = std::make_shared<CallResult<Result>>();
-    const auto outcome =
-        m_worker.run(CallResult<Result>::into(box,
-                                              [inner = m_inner, path, signatureBase64, publicKeyBase64] {
-                                                  return inner->verifyFile(path, signatureBase64, publicKeyBase64);
-                                              }),
-                     m_limit);
-    if (outcome == Handover::Busy)
-        return {false, "an earlier signature check still runs"};
-    if (outcome == Handover::TimedOut)
-        return {false, "the signature check did not end within " + seconds(m_limit)};
-    return box->take();
-}
-
 // ---- OffThreadSpooler
 
 OffThreadSpooler::OffThreadSpooler(std::shared_ptr<Spooler> inner, Waiter& waiter, std::chrono::milliseconds limit)

@@ -192,22 +192,6 @@ private:
     std::shared_ptr<OffThreadHttpClient::Counter> m_running;
 };
 
-/// SignatureVerifier whose checks (a whole installer is read) run on a worker while the caller
-/// waits, each within `limit`; one that does not end in time is not valid.
-class OffThreadSignatureVerifier final : public SignatureVerifier {
-public:
-    OffThreadSignatureVerifier(std::shared_ptr<SignatureVerifier> inner, Waiter& waiter,
-                               std::chrono::milliseconds limit);
-    Result verifyFile(const std::string& path, const std::string& signatureBase64,
-                      const std::string& publicKeyBase64) override;
-    bool busy() const { return m_worker.busy(); }
-
-private:
-    std::shared_ptr<SignatureVerifier> m_inner;
-    std::chrono::milliseconds m_limit;
-    SerialWorker m_worker;
-};
-
 /// Spooler whose calls run on a worker of their own, each bounded by `limit`. A call that does
 /// not end in time, and every call while it still runs, throws SpoolerUnavailable.
 class OffThreadSpooler final : public Spooler {

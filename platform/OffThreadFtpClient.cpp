@@ -72,6 +72,9 @@ public:
         return call(m_bounds.transfer, [argument](FtpClient& c) { return c.list(argument); })
             .value_or(std::vector<std::string>{});
     }
+    std::vector<std::string> nameList() override {
+        return call(m_bounds.transfer, [](FtpClient& c) { return c.nameList(); }).value_or(std::vector<std::string>{});
+    }
     bool store(const std::string& localPath, const std::string& remoteName, const Progress& progress) override;
     bool remove(const std::string& remoteName) override {
         return call(m_bounds.command, [remoteName](FtpClient& c) { return c.remove(remoteName); }).value_or(false);

@@ -7,6 +7,21 @@
 
 namespace station {
 
+StoreEntry signOnEntry(const StoreEntry& entry, const ConnectionSettings& connection) {
+    auto out = entry;
+    const std::pair<std::string*, const std::string*> values[] = {
+        {&out.terminalNumber, &connection.stationNumber},
+        {&out.userName, &connection.userName},
+        {&out.password, &connection.password},
+        {&out.clusterAddress, &connection.hostAddress},
+        {&out.domainName, &connection.domain},
+    };
+    for (const auto& [value, setting] : values)
+        if (text::trim(*value).empty() && !text::trim(*setting).empty())
+            *value = text::toWire(text::trim(*setting)); // entries hold wire text, the settings UTF-8
+    return out;
+}
+
 std::string missingItems(const StoreEntry& entry) {
     const std::pair<const std::string*, const char*> items[] = {
         {&entry.terminalNumber, "Terminal Number"}, {&entry.userName, "Username"},      {&entry.password, "Password"},

@@ -9,6 +9,13 @@
 
 namespace station {
 
+/// The entry as a connection signs on with it: each sign-on value the entry leaves empty (blanks
+/// only) is taken from the connection settings where they hold one; the entry's own values win.
+/// Station number, user name, password, host address and domain stand in for terminal number,
+/// user name, password, cluster address and domain name. A domain of "." (what "login" stores for
+/// an empty one) is a value like any other: it signs on to the machine's own domain.
+StoreEntry signOnEntry(const StoreEntry& entry, const ConnectionSettings& connection);
+
 /// Labels of the sign-on values the entry lacks, each followed by CR LF; empty when none.
 std::string missingItems(const StoreEntry& entry);
 /// Why a connection to the entry is refused; empty when it is not. `rowConnected`: its row is bold.

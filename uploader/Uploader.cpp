@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <functional>
 
 namespace station {
 
@@ -48,6 +49,12 @@ std::string uploaderCaption(const StoreEntry& store) {
     return "Upload Data to " + store.storeName + " - " + store.serialNumber;
 }
 
+bool sameFolder(std::string_view a, std::string_view b) {
+    const auto separator = [](char c) { return c == '/' || c == '\\'; };
+    return std::equal(a.begin(), a.end(), b.begin(), b.end(),
+                      [&](char x, char y) { return x == y || (separator(x) && separator(y)); });
+}
+
 std::string progressText(std::uint64_t done, std::uint64_t total) {
     return std::to_string(done) + "  of " + std::to_string(total);
 }
@@ -61,6 +68,7 @@ void Uploader::setStore(int index) {
     if (index == m_store)
         return;
     m_store = index;
+    m_remoteKnown = false;
     // The session works in the old store's folder: the next operation logs in for the new one.
     if (m_ftp->isConnected())
         m_ftp->disconnect();
@@ -75,15 +83,32 @@ std::optional<std::string> Uploader::Form_Activate(const std::string& shownFolde
         readSavedFolder();
         if (m_saved && m_saved->record == UploadFolder::noRecord)
             writeSavedFolder(shownFolder);
-        else if (m_saved && !m_saved->folder.empty() && m_saved->folder != text::toWire(shownFolder))
+        else if (m_saved && !m_saved->folder.empty() && !sameFolder(m_saved->folder, text::toWire(shownFolder)))
             move = text::fromWire(m_saved->folder);
     }
     cmdRefresh_Click();
     return move;
 }
 
+Uploader::Close Uploader::requestClose() {
+    if (!m_busy)
+        return Close::Now;
+    if (m_sending)
+        return Close::Refused;
+    // A listing, a log-in or a service request: the window closes once it is over.
+    m_closeKept = true;
+    return Close::WhenDone;
+}
+
+bool Uploader::takeDueClose() {
+    if (m_busy || !m_closeKept)
+        return false;
+    m_closeKept = false;
+    return true;
+}
+
 bool Uploader::differsFromSaved(const std::string& shownFolder) const {
-    return !m_saved || text::toWire(shownFolder) != m_saved->folder;
+    return !m_saved || !sameFolder(text::toWire(shownFolder), m_saved->folder);
 }
 
 void Uploader::cmdSavePath_Click(const std::string& shownFolder) {
@@ -139,13 +164,29 @@ void Uploader::cmdRefresh_Click() {
 void Uploader::ftpDir() {
     if (!m_ftp->isConnected())
         return;
-    auto names = m_ftp->list(listArgument);
-    if (!m_ftp->lastError().empty()) {
-        ftpFailed();
-        return;
-    }
-    m_remote = std::move(names);
+    // What was listed before is gone; a listing that fails shows nothing rather than old names.
+    m_remote.clear();
+    m_remoteKnown = false;
     m_view.showRemote(m_remote);
+    // Several servers take "-lr *.*" for a path and refuse it: they still answer the plain forms.
+    const std::function<std::vector<std::string>()> listings[] = {
+        [this] { return m_ftp->list(listArgument); },
+        [this] { return m_ftp->list({}); },
+        [this] { return m_ftp->nameList(); },
+    };
+    for (const auto& listing : listings) {
+        auto names = listing();
+        if (m_ftp->lastError().empty()) {
+            m_remote = std::move(names);
+            m_remoteKnown = true;
+            m_view.showRemote(m_remote);
+            return;
+        }
+        // A line that broke is not a refusal: the next operation logs in again.
+        if (!m_ftp->isConnected())
+            break;
+    }
+    ftpFailed();
 }
 
 bool Uploader::deleteRemote(const std::string& name) {
@@ -169,19 +210,17 @@ void Uploader::cmdTransfer_Click(const std::string& folder, const std::vector<st
     for (const auto& name : selected) {
         // Names travel as the server lists them (UTF-8), not in the service's code page.
         const std::string& remoteName = name;
-        // Only an entry of exactly the same name is the same file: the server tells letters apart.
-        if (std::find(m_remote.begin(), m_remote.end(), remoteName) != m_remote.end()) {
-            const auto answer =
-                m_dialogs.message("File already exist on remote store.  Delete the remote file?",
-                                  Dialogs::Icon::Question, Dialogs::Buttons::OkCancel, std::string("Delete File?"));
-            if (answer != Dialogs::Answer::Ok)
-                continue;
-            if (!deleteRemote(remoteName))
-                return;
-        }
+        const auto send = mayOverwrite(remoteName);
+        if (send == Send::Stop)
+            return;
+        if (send == Send::Skip)
+            continue;
         if (!reconnectIfNeeded())
             return;
-        if (!m_ftp->store(pathIn(folder, name), remoteName, progress)) {
+        m_sending = true;
+        const bool stored = m_ftp->store(pathIn(folder, name), remoteName, progress);
+        m_sending = false;
+        if (!stored) {
             m_view.showProgress({}, true);
             ftpFailed();
             return;
@@ -189,6 +228,26 @@ void Uploader::cmdTransfer_Click(const std::string& folder, const std::vector<st
         m_view.unselect(name);
     }
     ftpDir();
+}
+
+Uploader::Send Uploader::mayOverwrite(const std::string& name) {
+    if (!m_remoteKnown) {
+        // The folder could not be listed: a file of this name may be there, and would be lost.
+        const auto answer =
+            m_dialogs.message("The files on the remote store could not be listed, so " + name +
+                                  " may be there already.  Send it and overwrite the remote file?",
+                              Dialogs::Icon::Question, Dialogs::Buttons::OkCancel, std::string("Overwrite File?"));
+        return answer == Dialogs::Answer::Ok ? Send::Yes : Send::Skip;
+    }
+    // Only an entry of exactly the same name is the same file: the server tells letters apart.
+    if (std::find(m_remote.begin(), m_remote.end(), name) == m_remote.end())
+        return Send::Yes;
+    const auto answer =
+        m_dialogs.message("File already exist on remote store.  Delete the remote file?", Dialogs::Icon::Question,
+                          Dialogs::Buttons::OkCancel, std::string("Delete File?"));
+    if (answer != Dialogs::Answer::Ok)
+        return Send::Skip;
+    return deleteRemote(name) ? Send::Yes : Send::Stop;
 }
 
 void Uploader::List2_DblClick(const std::string& name) {

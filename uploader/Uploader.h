@@ -22,6 +22,10 @@ std::string remoteFolder(std::string_view storeCode);
 /// "Upload Data to " name " - " code.
 std::string uploaderCaption(const StoreEntry& store);
 
+/// Whether two local folders are the same: Windows folders are shown with "\\" and may reach
+/// the program with "/", so the two separators count as one.
+bool sameFolder(std::string_view a, std::string_view b);
+
 /// "done  of total", the progress text of a running upload.
 std::string progressText(std::uint64_t done, std::uint64_t total);
 
@@ -60,20 +64,33 @@ public:
 
     /// Logs in when the session is not connected, then lists the remote folder.
     void cmdRefresh_Click();
-    /// Lists the remote folder when connected.
+    /// Lists the remote folder when connected: "-lr *.*" first, then the plainer listings that
+    /// servers which take the options for a path still answer.
     void ftpDir();
     /// Sends the selected files of `folder` (their names, in list order).
     void cmdTransfer_Click(const std::string& folder, const std::vector<std::string>& selected);
     /// Deletes a remote file after asking.
     void List2_DblClick(const std::string& name);
 
+    /// What a request to close the window gets: closed at once when nothing runs; refused while a
+    /// file is being sent (the upload would be cut off halfway); otherwise kept, and due as soon
+    /// as the running handler has ended (takeDueClose).
+    enum class Close { Now, Refused, WhenDone };
+    Close requestClose();
+    /// Whether a kept request to close has come due: nothing runs any more. Asking clears it.
+    bool takeDueClose();
+
     const std::vector<std::string>& remoteEntries() const { return m_remote; }
-    bool busy() const { return m_busy; }
+    /// Whether the remote entries are the folder's as last listed, not a listing that failed.
+    bool remoteKnown() const { return m_remoteKnown; }
 
 private:
     bool connect();
     bool reconnectIfNeeded();
     bool deleteRemote(const std::string& name);
+    /// Whether `name` may be sent: asks first when it is there already, or when nobody knows.
+    enum class Send { Yes, Skip, Stop };
+    Send mayOverwrite(const std::string& name);
     /// Shows the FTP client's own description of what went wrong; false for the caller to stop.
     bool ftpFailed();
     void readSavedFolder();
@@ -88,8 +105,11 @@ private:
     UploaderView& m_view;
     int m_store = 0;
     std::vector<std::string> m_remote;
+    bool m_remoteKnown = false;
     std::optional<UploadFolder> m_saved;
     bool m_busy = false;
+    bool m_sending = false;
+    bool m_closeKept = false;
 };
 
 } // namespace station

@@ -8,7 +8,6 @@
 #include <QLabel>
 #include <QListWidget>
 #include <QPushButton>
-#include <QShowEvent>
 #include <QVBoxLayout>
 
 namespace station {
@@ -96,29 +95,40 @@ void frmUploader::setStoreIndex(int storeIndex) {
     m_storeIndex = storeIndex;
     m_uploader.setStore(storeIndex);
     // An open window turns to the newly chosen store at once.
-    if (isVisible())
+    if (isVisible()) {
         m_uploader.cmdRefresh_Click();
+        closeIfDue();
+    }
 }
 
 void frmUploader::reject() {
-    if (!m_uploader.busy())
+    if (m_uploader.requestClose() == Uploader::Close::Now)
         QDialog::reject();
 }
 
 void frmUploader::closeEvent(QCloseEvent* event) {
-    if (m_uploader.busy())
-        event->ignore();
-    else
+    if (m_uploader.requestClose() == Uploader::Close::Now)
         QDialog::closeEvent(event);
+    else
+        event->ignore();
 }
 
-void frmUploader::showEvent(QShowEvent* event) {
-    QDialog::showEvent(event);
-    if (event->spontaneous())
+void frmUploader::closeIfDue() {
+    if (m_uploader.takeDueClose())
+        close();
+}
+
+void frmUploader::setVisible(bool visible) {
+    const bool opening = visible && !isVisible();
+    // Shown first, activated after: a window that waited inside its own show came up unmapped
+    // for the length of the wait and then at the size the system gives a window never sized.
+    QDialog::setVisible(visible);
+    if (!opening || !isVisible())
         return;
     if (const auto saved = m_uploader.Form_Activate(folder()))
         Dir1_Change(qt(*saved));
     cmdSavePath->setEnabled(m_uploader.differsFromSaved(folder()));
+    closeIfDue();
 }
 
 void frmUploader::fillFolders() {
@@ -139,11 +149,12 @@ void frmUploader::Dir1_Change(const QString& folder) {
     List1->clear();
     for (const auto& name : QDir(m_folder).entryList(QDir::Files, QDir::Name | QDir::IgnoreCase))
         List1->addItem(name);
-    cmdSavePath->setEnabled(m_uploader.differsFromSaved(folder.toStdString()));
+    cmdSavePath->setEnabled(m_uploader.differsFromSaved(this->folder()));
 }
 
 void frmUploader::cmdRefresh_Click() {
     m_uploader.cmdRefresh_Click();
+    closeIfDue();
 }
 
 void frmUploader::cmdTransfer_Click() {
@@ -152,11 +163,13 @@ void frmUploader::cmdTransfer_Click() {
         if (List1->item(i)->isSelected())
             selected.push_back(List1->item(i)->text().toStdString());
     m_uploader.cmdTransfer_Click(folder(), selected);
+    closeIfDue();
 }
 
 void frmUploader::cmdSavePath_Click() {
     m_uploader.cmdSavePath_Click(folder());
     cmdSavePath->setEnabled(m_uploader.differsFromSaved(folder()));
+    closeIfDue();
 }
 
 void frmUploader::cmdExit_Click() {
@@ -164,8 +177,10 @@ void frmUploader::cmdExit_Click() {
 }
 
 void frmUploader::List2_DblClick(QListWidgetItem* item) {
-    if (item)
-        m_uploader.List2_DblClick(item->text().toStdString());
+    if (!item)
+        return;
+    m_uploader.List2_DblClick(item->text().toStdString());
+    closeIfDue();
 }
 
 void frmUploader::setCaption(const std::string& text) {

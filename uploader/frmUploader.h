@@ -48,11 +48,14 @@ public:
     QPushButton* cmdSavePath = nullptr;
     QPushButton* cmdExit = nullptr;
 
-    /// Closing waits for a transfer to end, as cmdExit does.
+    /// Closing is refused while a file is being sent (cmdExit is disabled then too); asked for
+    /// while the window waits on a server, it closes when the wait is over.
     void reject() override;
+    /// Opening activates the window once it is on the screen at its size: the activation waits
+    /// on the service and the FTP server, and the window is to be seen meanwhile.
+    void setVisible(bool visible) override;
 
 protected:
-    void showEvent(QShowEvent* event) override;
     void closeEvent(QCloseEvent* event) override;
 
 private:
@@ -63,6 +66,8 @@ private:
     void unselect(const std::string& name) override;
 
     void fillFolders();
+    /// After a handler: closes the window when a close was asked for while it ran.
+    void closeIfDue();
 
     int m_storeIndex;
     QString m_folder;

@@ -93,7 +93,7 @@ public:
 
     std::vector<std::string> list(const std::string& argument) override {
         std::string listing;
-        const std::string command = "LIST " + argument;
+        const std::string command = argument.empty() ? std::string("LIST") : "LIST " + argument;
         if (!perform(m_folderUrl, m_limits.transferCap, [&](CURL* h) {
                 setOption(h, CURLOPT_CUSTOMREQUEST, command.c_str());
                 setOption(h, CURLOPT_WRITEFUNCTION, &CurlFtpClient::received);
@@ -101,6 +101,17 @@ public:
             }))
             return {};
         return ftpEntryNames(listing);
+    }
+
+    std::vector<std::string> nameList() override {
+        std::string listing;
+        if (!perform(m_folderUrl, m_limits.transferCap, [&](CURL* h) {
+                setOption(h, CURLOPT_DIRLISTONLY, 1L);
+                setOption(h, CURLOPT_WRITEFUNCTION, &CurlFtpClient::received);
+                setOption(h, CURLOPT_WRITEDATA, static_cast<void*>(&listing));
+            }))
+            return {};
+        return ftpNames(listing);
     }
 
     bool store(const std::string& localPath, const std::string& remoteName, const Progress& progress) override {
@@ -177,7 +188,8 @@ private:
         m_errorBuffer[0] = '\0';
         m_refusal.clear();
         m_moved = 0;
-        m_lastMove = Clock::now();
+        const auto started = Clock::now();
+        m_lastMove = started;
         setOption(h, CURLOPT_ERRORBUFFER, m_errorBuffer);
         setOption(h, CURLOPT_URL, url.c_str());
         setOption(h, CURLOPT_PROTOCOLS_STR, "ftp");
@@ -211,13 +223,25 @@ private:
         if (!m_refusal.empty())
             m_lastError = m_refusal;
         else if (result == CURLE_OPERATION_TIMEDOUT)
-            m_lastError = "the FTP server did not finish within " + secondsText(total);
+            m_lastError =
+                timedOut(std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - started), total);
         else
             m_lastError = std::string(curl_easy_strerror(result)) +
                           (m_errorBuffer[0] != '\0' ? std::string(": ") + m_errorBuffer : std::string());
         if (lineLost(result))
             disconnect();
         return false;
+    }
+
+    /// libcurl reports each of its bounds as the same time-out: the time that passed tells which
+    /// one it was (the connection, one answer, or the whole operation).
+    std::string timedOut(std::chrono::milliseconds waited, std::chrono::milliseconds total) const {
+        using namespace std::chrono_literals;
+        constexpr auto slack = 500ms;
+        if (waited + slack >= total)
+            return "the FTP server did not finish within " + secondsText(total);
+        const auto bound = waited + slack >= m_limits.response ? m_limits.response : m_limits.connect;
+        return "the FTP server did not answer within " + secondsText(bound);
     }
 
     static std::size_t received(char* data, std::size_t size, std::size_t count, void* out) {

@@ -52,6 +52,14 @@ FileDownloader::Result FakeDownloader::download(const Request& request, const Pr
     }
     if (rest)
         out.seekp(static_cast<std::streamoff>(from));
+    if (request.sink && rest) { // the kept bytes as the disk holds them
+        std::ifstream kept(request.path, std::ios::binary);
+        std::string bytes(from, '\0');
+        kept.read(bytes.data(), static_cast<std::streamsize>(from));
+        request.sink->write(bytes.data(), static_cast<std::size_t>(kept.gcount()));
+    }
+    if (request.sink && to > from)
+        request.sink->write(file.data() + from, to - from);
     if (to > from)
         out.write(file.data() + from, static_cast<std::streamsize>(to - from));
     out.close();
@@ -64,16 +72,6 @@ FileDownloader::Result FakeDownloader::download(const Request& request, const Pr
     if (!result.ok)
         result.error = "transfer closed with outstanding read data remaining";
     return result;
-}
-
-SignatureVerifier::Result FakeSignatures::verifyFile(const std::string& path, const std::string& signature,
-                                                     const std::string& publicKey) {
-    std::ifstream in(path, std::ios::binary);
-    std::string bytes((std::istreambuf_iterator<char>(in)), std::istreambuf_iterator<char>());
-    calls.push_back({path, signature, publicKey, bytes});
-    if (signature == good && publicKey == key)
-        return {true, {}};
-    return {false, "the signature does not match the installer"};
 }
 
 std::vector<std::string> FakeHttp::bodies() const {
@@ -158,6 +156,14 @@ public:
             names.push_back(entry.first);
         return names;
     }
+    std::vector<std::string> nameList() override {
+        if (!begin("nlst"))
+            return {};
+        std::vector<std::string> names;
+        for (const auto& entry : m_server.folders[m_folder])
+            names.push_back(entry.first);
+        return names;
+    }
     bool store(const std::string& localPath, const std::string& remoteName, const Progress& progress) override {
         if (!begin("store " + localPath + " as " + remoteName))
             return false;
@@ -179,6 +185,8 @@ private:
     bool begin(const std::string& call) {
         m_server.calls.push_back(call);
         m_error.clear();
+        if (m_server.refused.count(call) != 0)
+            return fail("550 " + call + ": No such file or directory.");
         if (!m_server.failNext || call.rfind(m_server.failWhen, 0) != 0)
             return true;
         m_server.failWhen.clear();

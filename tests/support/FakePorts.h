@@ -8,6 +8,7 @@
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -271,18 +272,6 @@ public:
     Result download(const Request& request, const Progress& progress) override;
 };
 
-/// Signatures that verify when they are `good` under key `key`; records what it was asked.
-class FakeSignatures : public SignatureVerifier {
-public:
-    std::string good = "R29vZA==";
-    std::string key;
-    struct Call {
-        std::string path, signature, key, fileBytes;
-    };
-    std::vector<Call> calls;
-    Result verifyFile(const std::string& path, const std::string& signature, const std::string& publicKey) override;
-};
-
 /// An FTP server in memory: folders of named files, the sessions' calls in order, and faults on
 /// demand. Every session the fake opens works on the same server.
 class FakeFtpSessions : public FtpSessions {
@@ -295,6 +284,8 @@ public:
     bool dropLine = false;
     /// When set, the next call that begins with this text fails with `failNext`.
     std::string failWhen;
+    /// Calls the server always refuses (with a 550), the line staying good: "list -lr *.*", say.
+    std::set<std::string> refused;
     /// Called as a file is stored, with (busy, done, total) steps of the fake's own choosing.
     std::vector<std::uint64_t> progressSteps;
 

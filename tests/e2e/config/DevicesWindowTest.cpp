@@ -89,7 +89,8 @@ TEST_F(DevicesWindowTest, SaveStoresTheChoiceAndWarnsWhileTheClientRuns) {
     EXPECT_EQ(state.settings.get("prt3"), "MICRImage");
     EXPECT_EQ(state.settings.get("CC"), "COM3");
     ASSERT_EQ(fake.dialogs.shown.size(), 1u);
-    EXPECT_EQ(fake.dialogs.shown[0].text, printerChangeMessage);
+    EXPECT_EQ(fake.dialogs.shown[0].text,
+              "You will need to exit your terminal session before your printer changes will take effect");
     EXPECT_TRUE(waitUntil([this] { return window.isNull(); }, 2000)) << "the window stays after Save";
 }
 

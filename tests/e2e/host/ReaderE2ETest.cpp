@@ -1,16 +1,21 @@
 // Card and check reading against micrsim on a pseudo-terminal and the reference service: the
 // real program in task mode for the reads that end without a message box, and the task's logic
-// over the real serial driver for the ways that end with one.
+// over the real serial driver for the ways that end with one. A keyboard wedge is played by
+// xdotool typing into the real program on a virtual display.
 #include "core/StationIdentity.h"
 #include "host/CardReading.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
+#include "tests/e2e/host/ScreenColour.h"
 #include "tests/e2e/support/Peers.h"
 #include "tests/e2e/support/Rig.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
+#include <QThread>
 #include <gtest/gtest.h>
+#include <sys/inotify.h>
+#include <unistd.h>
 
 namespace station {
 namespace {
@@ -181,6 +186,106 @@ INSTANTIATE_TEST_SUITE_P(
                               "The card reader's port failed: COM3"},
                     FaultCase{"MessageCutOffHalfWay", "3", "armed\ncut M%B4111^DO\n", "MICRImage", "COM3", ""}),
     [](const testing::TestParamInfo<FaultCase>& c) { return std::string(c.param.name); });
+
+/// What happened to files of one folder, as "name event" lines: a result file that is written
+/// under its own name shows "close-write" for it; one that takes its name in one step shows only
+/// "moved-in".
+class FolderWatch {
+public:
+    explicit FolderWatch(const QString& folder) : m_fd(inotify_init1(IN_NONBLOCK)) {
+        inotify_add_watch(m_fd, folder.toLocal8Bit().constData(), IN_CREATE | IN_CLOSE_WRITE | IN_MOVED_TO);
+    }
+    ~FolderWatch() { ::close(m_fd); }
+    FolderWatch(const FolderWatch&) = delete;
+    FolderWatch& operator=(const FolderWatch&) = delete;
+    std::vector<std::string> events(const std::string& name) const {
+        std::vector<std::string> out;
+        alignas(inotify_event) char buffer[8192];
+        ssize_t got = 0;
+        while ((got = ::read(m_fd, buffer, sizeof buffer)) > 0) {
+            for (ssize_t at = 0; at < got;) {
+                const auto* e = reinterpret_cast<const inotify_event*>(buffer + at);
+                if (e->len && name == e->name)
+                    out.emplace_back((e->mask & IN_CREATE)        ? "created"
+                                     : (e->mask & IN_CLOSE_WRITE) ? "close-write"
+                                                                  : "moved-in");
+                at += static_cast<ssize_t>(sizeof(inotify_event) + e->len);
+            }
+        }
+        return out;
+    }
+
+private:
+    int m_fd;
+};
+
+struct WedgeCase {
+    const char* name;
+    const char* task;
+    const char* typed;
+    const char* last; ///< the key that ends the entry
+    const char* result;
+};
+
+class WedgeE2ETest : public ReaderE2ETest, public testing::WithParamInterface<WedgeCase> {
+protected:
+    int xdotool(const QStringList& args) {
+        QProcess p;
+        auto env = QProcessEnvironment::systemEnvironment();
+        env.insert(QStringLiteral("DISPLAY"), display.display());
+        p.setProcessEnvironment(env);
+        p.start(QStringLiteral("xdotool"), args);
+        return p.waitForFinished(15'000) ? p.exitCode() : -1;
+    }
+    test::VirtualDisplay display;
+};
+
+// The wedge types the swipe as keystrokes into the real program's window; what it typed, blanks
+// and sentinels included, reaches the result file, which takes its name only when it is whole.
+TEST_P(WedgeE2ETest, TypedSwipeEndsInTheResultFile) {
+    const auto& c = GetParam();
+    ASSERT_FALSE(display.display().isEmpty()) << "Xvfb did not start";
+    setReader("Keyboard Wedge", "");
+    FolderWatch watch(dir.path());
+    QProcess station;
+    auto env = QProcessEnvironment::systemEnvironment();
+    env.insert(QStringLiteral("STATION_SERVICE_URL"), service.serviceUrl());
+    env.insert(QStringLiteral("DISPLAY"), display.display());
+    env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
+    station.setProcessEnvironment(env);
+    station.start(test::binDir() + QStringLiteral("/vorneterminal"),
+                  {QString::fromLatin1(c.task) + QLatin1Char(',') + resultPath()});
+    // The yellow prompt is up once the read waits for the wedge.
+    ASSERT_TRUE(waitUntil([&] {
+        return test::showsColour(display.display(), 0xFFFF00) || station.state() == QProcess::NotRunning;
+    })) << "no prompt";
+    ASSERT_EQ(station.state(), QProcess::Running);
+    ASSERT_EQ(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
+                       QStringLiteral("^VORNE Terminal$"), QStringLiteral("windowfocus"), QStringLiteral("--sync")}),
+              0);
+    ASSERT_EQ(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("10"),
+                       QString::fromLatin1(c.typed)}),
+              0);
+    ASSERT_EQ(xdotool({QStringLiteral("key"), QString::fromLatin1(c.last)}), 0);
+    ASSERT_TRUE(station.waitForFinished(15'000)) << "the task did not end";
+    EXPECT_EQ(station.exitCode(), 0);
+    EXPECT_EQ(fileBytes(resultPath()), QByteArray(c.result));
+    EXPECT_EQ(watch.events("result.txt"), std::vector<std::string>{"moved-in"});
+    if (c.task == std::string("4")) {
+        ASSERT_TRUE(QFile::exists(resultPath() + QStringLiteral(".tmp")));
+        EXPECT_EQ(QFile(resultPath() + QStringLiteral(".tmp")).size(), 0);
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Swipes, WedgeE2ETest,
+    testing::Values(WedgeCase{"Card", "3", "%B4111111111111111^DOE/JOHN Q^2512101?;4111111111111111=2512101?", "Return",
+                              "3\r\n00036B4111111111111111^DOE/JOHN Q^2512101\r\n000244111111111111111=2512101\r\n"
+                              "00000\r\n"},
+                    WedgeCase{"CheckWithBlanks", "4", "T123456789T 0012345O 1001", "Return",
+                              "4\r\n00025T123456789T 0012345O 1001\r\n00000\r\n"},
+                    WedgeCase{"EscapeCancels", "3", "%B4111^DOE", "Escape", "\r\n"}),
+    [](const testing::TestParamInfo<WedgeCase>& c) { return std::string(c.param.name); });
 
 } // namespace
 } // namespace station

@@ -1,6 +1,7 @@
 // The telnet client session end to end: the station in process with the real service transport,
 // the real process launcher and the real window search on a virtual display, the stand-in
 // client as the program it starts, and the reference service as the other side.
+#include "connection/frmGetInfo.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -12,6 +13,9 @@
 #include <QEventLoop>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
+#include <QMenu>
+#include <QPushButton>
 #include <QSystemTrayIcon>
 #include <QTemporaryDir>
 #include <QTimer>
@@ -157,6 +161,82 @@ TEST_F(SessionE2E, ShortDomainStartsTheOlderClientWithThePrinterRoutes) {
         (QStringList{QStringLiteral("-dGS"), QStringLiteral("-H180"), QStringLiteral("-z"), QStringLiteral("-r1=ABR"),
                      QStringLiteral("1"), QStringLiteral("-r3=ABP3"), QStringLiteral("-x1234500001")}));
     ASSERT_TRUE(waitUntil([&] { return bold(0); }));
+}
+
+// A connection file as the format's own writer saves a row built field by field: the row inside
+// rs:insert, the values padded to 30.
+const char* connectionFile = "<xml xmlns:s='uuid:BDC6E3F0-6DA3-11d1-A2A3-00AA00C14882'\n"
+                             "\txmlns:dt='uuid:C2F41010-65B3-11d1-A29F-00AA00C14882'\n"
+                             "\txmlns:rs='urn:schemas-microsoft-com:rowset'\n"
+                             "\txmlns:z='#RowsetSchema'>\n"
+                             "<s:Schema id='RowsetSchema'>\n"
+                             "\t<s:ElementType name='row' content='eltOnly' rs:updatable='true'>\n"
+                             "\t\t<s:AttributeType name='Username' rs:number='1' rs:write='true'>\n"
+                             "\t\t\t<s:datatype dt:type='string' rs:dbtype='str' dt:maxLength='30' rs:precision='0'\n"
+                             "\t\t\t rs:fixedlength='true' rs:maybenull='false'/>\n"
+                             "\t\t</s:AttributeType>\n"
+                             "\t\t<s:AttributeType name='password' rs:number='2' rs:write='true'>\n"
+                             "\t\t\t<s:datatype dt:type='string' rs:dbtype='str' dt:maxLength='30' rs:precision='0'\n"
+                             "\t\t\t rs:fixedlength='true' rs:maybenull='false'/>\n"
+                             "\t\t</s:AttributeType>\n"
+                             "\t\t<s:AttributeType name='domain' rs:number='3' rs:write='true'>\n"
+                             "\t\t\t<s:datatype dt:type='string' rs:dbtype='str' dt:maxLength='30' rs:precision='0'\n"
+                             "\t\t\t rs:fixedlength='true' rs:maybenull='false'/>\n"
+                             "\t\t</s:AttributeType>\n"
+                             "\t\t<s:AttributeType name='ip' rs:number='4' rs:write='true'>\n"
+                             "\t\t\t<s:datatype dt:type='string' rs:dbtype='str' dt:maxLength='30' rs:precision='0'\n"
+                             "\t\t\t rs:fixedlength='true' rs:maybenull='false'/>\n"
+                             "\t\t</s:AttributeType>\n"
+                             "\t\t<s:AttributeType name='station' rs:number='5' rs:write='true'>\n"
+                             "\t\t\t<s:datatype dt:type='string' rs:dbtype='str' dt:maxLength='30' rs:precision='0'\n"
+                             "\t\t\t rs:fixedlength='true' rs:maybenull='false'/>\n"
+                             "\t\t</s:AttributeType>\n"
+                             "\t\t<s:extends type='rs:rowbase'/>\n"
+                             "\t</s:ElementType>\n"
+                             "</s:Schema>\n"
+                             "<rs:data>\n"
+                             "\t<rs:insert>\n"
+                             "\t\t<z:row Username='anna                          ' "
+                             "password='s3cret                        '\n"
+                             "\t\t\t domain='CORP                          ' ip='10.9.9.9                      '\n"
+                             "\t\t\t station='77                            '/>\n"
+                             "\t</rs:insert>\n"
+                             "</rs:data>\n"
+                             "</xml>";
+
+TEST_F(SessionE2E, LoginValuesFromAConnectionFileSignOnAStoreWhoseEntryLacksThem) {
+    // A store entry without user name and password.
+    service.admin({QStringLiteral("set-reply"), QStringLiteral("ID|1234500009|9|||127.0.0.9|23|GSV7||STORE09|C|")});
+    const auto file = dir.filePath(QStringLiteral("store.xml"));
+    {
+        QFile out(file);
+        ASSERT_TRUE(out.open(QIODevice::WriteOnly));
+        out.write(connectionFile);
+    }
+    auto& w = load();
+    ASSERT_EQ(w.ListView1->topLevelItemCount(), 1);
+
+    // Tools, "Get External Data...", Populate with the file, login.
+    for (auto* item : w.buttonMenu(QStringLiteral("tools"))->actions())
+        if (item->text() == QStringLiteral("Get External Data..."))
+            item->trigger();
+    auto* form = w.findChild<frmGetInfo*>();
+    ASSERT_NE(form, nullptr);
+    fake.dialogs.fileAnswer = file.toStdString();
+    form->cmdPopulate->click();
+    EXPECT_EQ(form->txtUsername->text(), QStringLiteral("anna"));
+    form->cmdLogin->click();
+
+    waitForQuietTick();
+    emit w.ListView1->itemDoubleClicked(row(0), 0);
+    ASSERT_TRUE(waitUntil([&] { return linesOf(argsFile()).size() >= 9; })) << fake.dialogs.texts().size();
+    // The entry's own terminal, host and domain; the file's user name and password.
+    EXPECT_EQ(linesOf(argsFile()),
+              (QStringList{QStringLiteral("-b9"), QStringLiteral("-uanna"), QStringLiteral("-P23"),
+                           QStringLiteral("-ps3cret"), QStringLiteral("-h127.0.0.9"), QStringLiteral("-dGSV7"),
+                           QStringLiteral("-H180"), QStringLiteral("-z"), QStringLiteral("-x1234500009")}));
+    ASSERT_TRUE(waitUntil([&] { return bold(0) && !connectEnabled(); }));
+    EXPECT_TRUE(fake.dialogs.texts().empty()) << "no missing-information box";
 }
 
 TEST_F(SessionE2E, MaintenanceShutdownShowsInTheRowAndReopeningClearsIt) {

@@ -29,19 +29,23 @@ bool accepts(int port) {
 
 } // namespace
 
-FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig, Tls tls) {
+FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig, Tls tls, Server server)
+    : m_kind(server) {
     // The sessions run as nobody and must reach the tree inside this folder.
     QFile::setPermissions(m_dir.path(),
                           QFile::permissions(m_dir.path()) | QFileDevice::ExeOther | QFileDevice::ReadOther);
     auto env = QProcessEnvironment::systemEnvironment();
     env.insert(QStringLiteral("PROFTPD_EXTRA"), extraConfig);
+    env.insert(QStringLiteral("PYFTPDLIB_EXTRA"), extraConfig);
     if (tls != Tls::None)
         env.insert(QStringLiteral("PROFTPD_TLS"),
                    tls == Tls::Required ? QStringLiteral("required") : QStringLiteral("offered"));
     // A port picked free can be taken by another rig before the server binds it: try again.
     for (int attempt = 0; attempt < 5 && m_port == 0; ++attempt) {
         const int port = freePort();
-        m_server.start(QStringLiteral(STATION_SOURCE_DIR "/tests/e2e/support/proftpd-peer"),
+        m_server.start(server == Server::ProFtpd
+                           ? QStringLiteral(STATION_SOURCE_DIR "/tests/e2e/support/proftpd-peer")
+                           : QStringLiteral(STATION_SOURCE_DIR "/tests/e2e/support/pyftpdlib-peer"),
                        {m_dir.filePath(QStringLiteral("server")), QString::number(port), QString::number(passiveFirst),
                         QString::number(passiveLast)},
                        env);
@@ -52,7 +56,7 @@ FtpPeer::FtpPeer(int passiveFirst, int passiveLast, const QString& extraConfig, 
             m_port = port;
     }
     if (m_port == 0)
-        throw std::runtime_error("ProFTPD did not start");
+        throw std::runtime_error("the FTP server did not start");
 }
 
 FtpPeer::~FtpPeer() {
@@ -77,10 +81,11 @@ bool FtpPeer::tlsUsed() const {
 }
 
 int FtpPeer::logins() const {
-    QFile log(m_dir.filePath(QStringLiteral("server/proftpd.log")));
+    const bool proftpd = m_kind == Server::ProFtpd;
+    QFile log(m_dir.filePath(proftpd ? QStringLiteral("server/proftpd.log") : QStringLiteral("server/ftpd.log")));
     if (!log.open(QIODevice::ReadOnly))
         return 0;
-    return static_cast<int>(log.readAll().count("Login successful"));
+    return static_cast<int>(log.readAll().count(proftpd ? "Login successful" : "logged in."));
 }
 
 void FtpPeer::kill() {

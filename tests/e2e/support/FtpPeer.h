@@ -1,6 +1,7 @@
 #pragma once
-// ProFTPD on loopback as the uploader's FTP server (tests/e2e/support/proftpd-peer), with the
-// account the station logs in with, in a temporary folder of its own.
+// An FTP server on loopback for the uploader: ProFTPD (tests/e2e/support/proftpd-peer) or pyftpdlib
+// (tests/e2e/support/pyftpdlib-peer), with the account the station logs in with, in a temporary
+// folder of its own.
 #include "tests/e2e/support/Peers.h"
 
 #include <QString>
@@ -11,10 +12,12 @@ namespace station::test {
 class FtpPeer {
 public:
     /// Passive data ports come from [passiveFirst, passiveLast]: a range no other rig uses.
-    /// `extraConfig` is added to the server's configuration.
+    /// `extraConfig` is added to ProFTPD's configuration; pyftpdlib takes "greeting-delay SECONDS"
+    /// there. TLS is ProFTPD's only.
     enum class Tls { None, Offered, Required };
+    enum class Server { ProFtpd, PyFtpdLib };
     explicit FtpPeer(int passiveFirst = 47620, int passiveLast = 47659, const QString& extraConfig = {},
-                     Tls tls = Tls::None);
+                     Tls tls = Tls::None, Server server = Server::ProFtpd);
     ~FtpPeer();
     FtpPeer(const FtpPeer&) = delete;
     FtpPeer& operator=(const FtpPeer&) = delete;
@@ -38,6 +41,7 @@ public:
 
 private:
     QTemporaryDir m_dir;
+    Server m_kind;
     PeerProcess m_server;
     int m_port = 0;
 };

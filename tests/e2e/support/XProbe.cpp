@@ -36,7 +36,7 @@ XProbe::~XProbe() {
         XCloseDisplay(m_display);
 }
 
-XProbe::Window XProbe::find(const std::string& title) const {
+XProbe::Window XProbe::find(const std::string& title, bool mappedOnly) const {
     if (!m_display)
         return 0;
     const auto titleOf = [&](::Window w) {
@@ -62,7 +62,7 @@ XProbe::Window XProbe::find(const std::string& title) const {
     std::function<::Window(::Window)> walk = [&](::Window w) -> ::Window {
         XWindowAttributes attributes{};
         if (w != m_root && titleOf(w) == title && XGetWindowAttributes(m_display, w, &attributes) &&
-            attributes.map_state == IsViewable)
+            (attributes.map_state == IsViewable || !mappedOnly))
             return w;
         ::Window rootReturn = 0, parent = 0, *children = nullptr;
         unsigned int count = 0;
@@ -76,6 +76,13 @@ XProbe::Window XProbe::find(const std::string& title) const {
         return found;
     };
     return walk(m_root);
+}
+
+XProbe::Size XProbe::size(Window window) const {
+    XWindowAttributes attributes{};
+    if (!m_display || !XGetWindowAttributes(m_display, window, &attributes))
+        return {};
+    return {attributes.width, attributes.height};
 }
 
 void XProbe::ping(Window window, long serial) {

@@ -19,8 +19,14 @@ public:
     XProbe& operator=(const XProbe&) = delete;
 
     bool connected() const { return m_display != nullptr; }
-    /// The first viewable window titled exactly `title`, 0 when there is none.
-    Window find(const std::string& title) const;
+    /// The first viewable window titled exactly `title` (with `mappedOnly` false, also one not on
+    /// the screen yet), 0 when there is none.
+    Window find(const std::string& title, bool mappedOnly = true) const;
+    struct Size {
+        int width = 0, height = 0;
+    };
+    /// The window's size on the screen; zero when it is gone.
+    Size size(Window window) const;
     /// Sends a ping carrying `serial`; the answer comes back through pongs().
     void ping(Window window, long serial);
     /// Serials of the pings answered since the last call.

@@ -5,6 +5,8 @@
 
 #include <QComboBox>
 #include <QLineEdit>
+#include <QPlainTextEdit>
+#include <QTest>
 #include <gtest/gtest.h>
 
 namespace station {
@@ -54,6 +56,20 @@ TEST(frmHelpdesk, FailedChecksShowInOneBoxAndTheWindowKeepsItsFields) {
     EXPECT_TRUE(rig.fake.http.calls.empty());
     EXPECT_TRUE(window.isVisible());
     EXPECT_EQ(window.txtEmail->text(), QStringLiteral("no-at-sign"));
+}
+
+TEST(frmHelpdesk, TabLeavesTheProblemBoxForTheNextControl) {
+    Rig rig;
+    frmHelpdesk window(rig.state, rig.fake.ports, rig.service);
+    window.setAttribute(Qt::WA_DeleteOnClose, false);
+    window.show();
+    window.activateWindow();
+    ASSERT_TRUE(QTest::qWaitForWindowActive(&window));
+    window.txtProblem->setFocus();
+    QTest::keyClicks(window.txtProblem, QStringLiteral("Printer jams"));
+    QTest::keyClick(window.txtProblem, Qt::Key_Tab);
+    EXPECT_EQ(window.txtProblem->toPlainText().toStdString(), "Printer jams");
+    EXPECT_TRUE(window.cmbPriority->hasFocus());
 }
 
 } // namespace

@@ -8,6 +8,7 @@
 #include <QApplication>
 #include <QFile>
 #include <QLabel>
+#include <QLineEdit>
 #include <QPushButton>
 #include <QTemporaryDir>
 #include <QTest>
@@ -90,7 +91,8 @@ protected:
         };
         auto task = std::make_unique<frmFileSelection>(line, fake.ports, config, service);
         task->show();
-        task->Form_Load();
+        // The job starts from the shown window's event loop, as in the program.
+        (void)QTest::qWaitFor([&task] { return !task->isVisible() || task->Command1->isVisible(); }, 2000);
         return task;
     }
     QByteArray result() const {
@@ -144,6 +146,42 @@ TEST_F(FileSelectionForm, CardFromTheReaderIsWrittenAndTheWindowCloses) {
     EXPECT_FALSE(task->isVisible());
     EXPECT_EQ(result(), QByteArray("3\r\n00000\r\n000074111=25\r\n00000\r\n"));
 }
+
+struct WedgeCase {
+    const char* name;
+    const char* task;
+    const char* typed;
+    Qt::Key last;
+    const char* result;
+};
+class WedgeTypingTest : public FileSelectionForm, public testing::WithParamInterface<WedgeCase> {};
+
+// A wedge is a keyboard: each character goes through the window's own key handling to whatever
+// has the focus, then Enter ends the entry (Escape cancels it).
+TEST_P(WedgeTypingTest, KeysTypedIntoTheWindowReachTheResult) {
+    const auto& c = GetParam();
+    const auto task = open(std::string(c.task) + "," + resultPath.toStdString(), "R|L|P|Keyboard Wedge||");
+    ASSERT_TRUE(task->txtCCInfo->isVisible());
+    EXPECT_EQ(task->Command1->text(), c.task == std::string("3")
+                                          ? QStringLiteral("Scan Card Now\r\nPress Escape to Cancel")
+                                          : QStringLiteral("Scan Check Now\r\nPress Escape to Cancel"));
+    for (const char key : std::string_view(c.typed))
+        QTest::keyClick(task->windowHandle(), key);
+    QTest::keyClick(task->windowHandle(), c.last);
+    EXPECT_FALSE(task->isVisible());
+    EXPECT_EQ(result(), QByteArray(c.result));
+}
+
+INSTANTIATE_TEST_SUITE_P(Swipes, WedgeTypingTest,
+                         testing::Values(WedgeCase{"CardWithAllTracks", "3",
+                                                   "%B4111111111111111^DOE/JOHN Q^2512?;4111111111111111=2512?",
+                                                   Qt::Key_Return,
+                                                   "3\r\n00033B4111111111111111^DOE/JOHN Q^2512\r\n"
+                                                   "000214111111111111111=2512\r\n00000\r\n"},
+                                         WedgeCase{"CheckWithABlank", "4", "T123456789T 0012345O", Qt::Key_Enter,
+                                                   "4\r\n00020T123456789T 0012345O\r\n00000\r\n"},
+                                         WedgeCase{"EscapeCancels", "3", "%B4111^DOE?", Qt::Key_Escape, "\r\n"}),
+                         [](const testing::TestParamInfo<WedgeCase>& c) { return std::string(c.param.name); });
 
 INSTANTIATE_TEST_SUITE_P(
     Ends, ReaderPromptTest,

@@ -71,12 +71,14 @@ TEST_P(SaveTest, OnlyTheReportPrinterOrThePrefixCountsAsAChange) {
     EXPECT_EQ(state.clientWindow, c.clientOpen ? 42u : 0u);
     ASSERT_EQ(fake.dialogs.shown.size(), c.warned ? 1u : 0u);
     if (c.warned) {
-        EXPECT_EQ(fake.dialogs.shown[0].text, printerChangeMessage);
-        EXPECT_EQ(fake.dialogs.shown[0].title, std::string(printerChangeTitle));
+        EXPECT_EQ(fake.dialogs.shown[0].text,
+                  "You will need to exit your terminal session before your printer changes will take effect");
+        EXPECT_EQ(fake.dialogs.shown[0].title, "Change Printer Settings");
         EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Information);
     }
+    const char* const fields[] = {"prt0", "prt1", "prt2", "prt3"};
     for (std::size_t f = 0; f < 4; ++f)
-        EXPECT_EQ(state.settings.get(printerFields[f]), c.boxes[f] == "<unassigned>" ? "" : c.boxes[f]);
+        EXPECT_EQ(state.settings.get(fields[f]), c.boxes[f] == "<unassigned>" ? "" : c.boxes[f]);
     EXPECT_EQ(state.settings.get("Prefix"), c.prefix.substr(0, 100));
     EXPECT_EQ(state.settings.get("CC"), c.port);
 }
@@ -87,6 +89,15 @@ INSTANTIATE_TEST_SUITE_P(
     Changes, SaveTest,
     testing::Values(
         SaveCase{"NothingChanged", sameBoxes, "\\\\srv\\", "COM1", true, false},
+        // The receipt and label printers are asked about first, but only the report printer's
+        // answer is kept.
+        SaveCase{"ReceiptPrinterOnly", {"OTHER", "LBL", "<unassigned>", "MICRImage"}, "\\\\srv\\", "COM1", true, false},
+        SaveCase{"LabelPrinterOnly",
+                 {"RCPT", "<unassigned>", "<unassigned>", "MICRImage"},
+                 "\\\\srv\\",
+                 "COM1",
+                 true,
+                 false},
         SaveCase{"ReaderAndPortOnly", {"RCPT", "LBL", "<unassigned>", "mini MICR"}, "\\\\srv\\", "COM5", true, false},
         SaveCase{"ReportPrinter", {"RCPT", "LBL", "RPT", "MICRImage"}, "\\\\srv\\", "COM1", true, true},
         SaveCase{"Prefix", sameBoxes, "\\\\other\\", "COM1", true, true},
@@ -132,7 +143,10 @@ TEST_F(ReaderTestTest, LowerCaseMiniMicrGetsItsBaudAndFourCommands) {
 
 TEST_F(ReaderTestTest, EmptyPortIsRefusedWithItsMessage) {
     readerTest.testReader(3, "  ", "MICRImage");
-    ASSERT_EQ(fake.dialogs.texts(), std::vector<std::string>{std::string(noReaderPortMessage)});
+    ASSERT_EQ(
+        fake.dialogs.texts(),
+        std::vector<std::string>{
+            "The Credit card reader com port has not been set.  Please configure this in the vorne terminal first"});
     EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
     EXPECT_TRUE(fake.micrReader.calls.empty());
     EXPECT_EQ(view.events, (std::vector<std::string>{"stop", "hide"}));

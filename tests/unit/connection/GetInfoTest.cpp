@@ -105,6 +105,27 @@ TEST_F(GetInfoTest, SavingWithoutAFileNameSavesNothing) {
     EXPECT_EQ(settings.filePath, "");
 }
 
+TEST(GetInfoDialogs, OpenAndSaveAskWithTheirFiltersWhereTheUserExpects) {
+    struct Recording : test::FakeDialogs {
+        std::vector<std::pair<std::string, std::string>> asked;
+        std::string openFile(const std::string& folder, const std::string& filter) override {
+            asked.emplace_back(folder, filter);
+            return {};
+        }
+        std::string saveFile(const std::string& name, const std::string& filter) override {
+            asked.emplace_back(name, filter);
+            return {};
+        }
+    } dialogs;
+    ConnectionSettings settings{"u", "p", "h", "d", "s", "/srv/last.xml"};
+    GetInfo window{dialogs, settings, "/opt/station/"};
+    window.populate();
+    window.SaveLocal({});
+    EXPECT_EQ(dialogs.asked,
+              (std::vector<std::pair<std::string, std::string>>{{"/opt/station/", "Open Connections | *.XML"},
+                                                                {"/srv/last.xml", "Connection File | *.xml"}}));
+}
+
 TEST_F(GetInfoTest, LoginTrimsTheBoxesAndPutsADotForAnEmptyDomain) {
     window.cmdLogin_Click({" a ", " b", "c ", "   ", " 5 "});
     EXPECT_EQ(settings.userName, "a");

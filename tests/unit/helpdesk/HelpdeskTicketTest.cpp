@@ -10,8 +10,8 @@ namespace station {
 namespace {
 
 TicketForm complete() {
-    return {"Ann Smith", "ann@store.example",     "555-0101",     "Printer jams",
-            "It jams.",  "1234567 - Main Street", urgencyItems[2]};
+    return {"Ann Smith", "ann@store.example",     "555-0101",           "Printer jams",
+            "It jams.",  "1234567 - Main Street", "3) Urgent (6 hours)"};
 }
 
 const std::string nameLine = "Your name is a required field\r\n";
@@ -47,9 +47,10 @@ INSTANTIATE_TEST_SUITE_P(
     Helpdesk, Validation,
     ::testing::Values(
         ValidationCase{"complete", complete(), ""},
-        ValidationCase{"all empty", TicketForm{{}, {}, {}, {}, {}, {}, urgencyItems[0]},
+        ValidationCase{"all empty", TicketForm{{}, {}, {}, {}, {}, {}, "1) Not urgent (24 hours)"},
                        nameLine + emailLine + phoneLine + subjectLine + problemLine + storeLine},
-        ValidationCase{"blanks only count as empty", TicketForm{"  ", "@", " ", "   ", "  ", " ", urgencyItems[0]},
+        ValidationCase{"blanks only count as empty",
+                       TicketForm{"  ", "@", " ", "   ", "  ", " ", "1) Not urgent (24 hours)"},
                        nameLine + phoneLine + subjectLine + problemLine + storeLine},
         ValidationCase{"an at-sign alone passes", with([](TicketForm& f) { f.email = "@"; }), ""},
         ValidationCase{"no at-sign fails alone", with([](TicketForm& f) { f.email = "ann.store.example"; }), emailLine},
@@ -63,9 +64,12 @@ INSTANTIATE_TEST_SUITE_P(
     });
 
 TEST(HelpdeskTicket, PriorityCodeComesFromTheItemsFirstCharacter) {
-    const std::vector<std::pair<std::string, std::string>> cases{{urgencyItems[0], "24"}, {urgencyItems[1], "25"},
-                                                                 {urgencyItems[2], "26"}, {urgencyItems[3], "27"},
-                                                                 {"5) Other", "00"},      {"", "00"}};
+    const std::vector<std::pair<std::string, std::string>> cases{{"1) Not urgent (24 hours)", "24"},
+                                                                 {"2) Needs to be looked at (12 hours)", "25"},
+                                                                 {"3) Urgent (6 hours)", "26"},
+                                                                 {"4) Critical (3 hours)", "27"},
+                                                                 {"5) Other", "00"},
+                                                                 {"", "00"}};
     for (const auto& [item, code] : cases)
         EXPECT_EQ(priorityCode(item), code) << item;
 }
@@ -74,7 +78,7 @@ TEST(HelpdeskTicket, RecordHoldsElevenValuesWithStorePiecesAndVersionBlock) {
     auto form = complete();
     form.problem = "It jams & beeps.";
     const std::string problem =
-        std::string(urgencyItems[2]) + "\r\nIt jams & beeps.\r\n\r\n--------------\r\nVTERM Version: 2.1.14";
+        std::string("3) Urgent (6 hours)") + "\r\nIt jams & beeps.\r\n\r\n--------------\r\nVTERM Version: 2.1.14";
     EXPECT_EQ(ticketRecord(form, "2.1.14"), "ann@store.example|Ann Smith|1|345|7 - |Printer jams|" + problem +
                                                 "|555-0101|O|1234567 - Main Street|26|");
 }
@@ -133,7 +137,9 @@ TEST(HelpdeskSubmit, NoTicketNumberShowsCriticalMessageAndSendsNothingMore) {
         rig.fake.http.replies = {reply};
         rig.submit(complete());
         EXPECT_EQ(rig.fake.http.calls.size(), 1u);
-        ASSERT_EQ(rig.fake.dialogs.texts(), std::vector<std::string>{ticketFailedText});
+        ASSERT_EQ(rig.fake.dialogs.texts(),
+                  std::vector<std::string>{"An error occured when submitting your ticket, this could be caused by a "
+                                           "internet outage, please try again or call our helpdesk at 800-555-0100"});
         EXPECT_EQ(rig.fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
     }
 }

@@ -54,6 +54,11 @@ INSTANTIATE_TEST_SUITE_P(
         return name;
     });
 
+TEST(NameListing, OneNameALineWithoutFolderPartsOrDots) {
+    EXPECT_EQ(ftpNames("a.txt\r\n two blanks .txt\r\nuploads/12345/b.csv\r\n.\r\n..\r\n\r\nlast"),
+              (std::vector<std::string>{"a.txt", " two blanks .txt", "b.csv", "last"}));
+}
+
 TEST(RegistryText, StringsEndAtTheirNulNumbersReadAsTheStationAlwaysHas) {
     const std::vector<std::uint8_t> path{'C', ':', '\\', 'x', 0, 'y'};
     EXPECT_EQ(registryValueText(registryString, path), "C:\\x");

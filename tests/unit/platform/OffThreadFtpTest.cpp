@@ -27,6 +27,7 @@ public:
     void disconnect() override { m_connected = false; }
     bool changeFolder(const std::string&) override { return true; }
     std::vector<std::string> list(const std::string&) override { return {"a.txt"}; }
+    std::vector<std::string> nameList() override { return {}; }
     bool store(const std::string&, const std::string&, const Progress& progress) override {
         progress(true, 5, 10);
         progress(true, 10, 10);

@@ -245,11 +245,11 @@ TEST(OffThreadDownloadTest, ProgressReachesTheCallerOnItsThreadAndTheResultComes
         std::this_thread::sleep_for(300ms);
         inner->open.set_value();
     });
-    const auto result =
-        downloader.download({"http://x/setup.exe", "/tmp/part", 400, "\"v\""}, [&](std::uint64_t got, std::uint64_t) {
-            EXPECT_EQ(std::this_thread::get_id(), caller);
-            seen.push_back(got);
-        });
+    const auto result = downloader.download({"http://x/setup.exe", "/tmp/part", 400, "\"v\"", {}},
+                                            [&](std::uint64_t got, std::uint64_t) {
+                                                EXPECT_EQ(std::this_thread::get_id(), caller);
+                                                seen.push_back(got);
+                                            });
     opener.join();
     ASSERT_TRUE(result.ok);
     EXPECT_EQ(result.validator, "/tmp/part") << "the request was copied for the download's thread";
@@ -262,35 +262,10 @@ TEST(OffThreadDownloadTest, ADownloadPastItsLimitFailsWithAReasonAndIsStoppedAtI
     auto inner = std::make_shared<GatedDownloader>();
     BlockingWaiter waiter;
     OffThreadFileDownloader downloader(inner, waiter, 200ms);
-    const auto result = downloader.download({"http://x/", "/tmp/part", 0, {}}, [](auto, auto) {});
+    const auto result = downloader.download({"http://x/", "/tmp/part", 0, {}, {}}, [](auto, auto) {});
     EXPECT_FALSE(result.ok);
     EXPECT_THAT(result.error, HasSubstr("did not end within"));
     EXPECT_TRUE(eventually([&] { return downloader.running() == 0; })) << "the gate never opened, yet it ended";
-}
-
-/// A signature check that blocks until the test lets it go.
-class GatedVerifier : public SignatureVerifier {
-public:
-    Result verifyFile(const std::string&, const std::string& signature, const std::string&) override {
-        gate.pass();
-        return {signature == "good", "does not match"};
-    }
-    Gate gate;
-};
-
-TEST(OffThreadVerifyTest, ACheckPastItsLimitIsNotValidAndLaterChecksWaitForNothing) {
-    auto inner = std::make_shared<GatedVerifier>();
-    BlockingWaiter waiter;
-    OffThreadSignatureVerifier verifier(inner, waiter, 150ms);
-    const auto late = verifier.verifyFile("f", "good", "k");
-    EXPECT_FALSE(late.valid);
-    EXPECT_THAT(late.reason, HasSubstr("did not end within"));
-    const auto took =
-        timed([&] { EXPECT_THAT(verifier.verifyFile("f", "good", "k").reason, HasSubstr("still runs")); });
-    EXPECT_LT(took, 100ms);
-    inner->gate.open();
-    EXPECT_TRUE(eventually([&] { return !verifier.busy(); }));
-    EXPECT_TRUE(verifier.verifyFile("f", "good", "k").valid);
 }
 
 } // namespace

@@ -165,7 +165,7 @@ TEST_P(RowTickTable, Decides) {
     auto marks = c.marks;
     for (auto& m : marks)
         if (m.message == "M")
-            m.message = maintenanceText(e);
+            m.message = "Store Shutdown for Maint @ " + dateTimeText(e.maintenanceTime);
     EXPECT_EQ(superviseRow(e, c.window, c.bold), (RowTick{marks, c.disable, c.enable}));
     EXPECT_EQ(e.status, c.statusAfter);
 }

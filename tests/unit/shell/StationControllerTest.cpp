@@ -9,6 +9,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <array>
 
 namespace station {
 namespace {
@@ -287,6 +288,86 @@ INSTANTIATE_TEST_SUITE_P(
         RefusalCase{"AlreadyConnected", [](StoreEntry&) {}, true,
                     "You must first get out of the existing VORNEOnline connection to this store", "Can Not login"}),
     [](const auto& p) { return std::string(p.param.name); });
+
+// What a store entry lacks comes from the connection settings ("Get External Data", "login");
+// what it has wins. The record's sign-on fields: terminal, user, password, host, domain.
+struct SignOnCase {
+    const char* name;
+    std::array<std::string, 5> entry;
+    ConnectionSettings settings;
+    std::string started; ///< program and arguments up to the routes; empty: refused
+    std::string host;    ///< the client's window is looked for by it
+    std::string missing;
+};
+void PrintTo(const SignOnCase& c, std::ostream* os) {
+    *os << c.name;
+}
+class SignOnFallback : public StationControllerTest, public testing::WithParamInterface<SignOnCase> {};
+
+TEST_P(SignOnFallback, StartsTheClientWithTheEntrysValuesAndTheSettingsForWhatItLacks) {
+    const auto& c = GetParam();
+    replies["mac="] = "00-11-22-33-44-55|1234500001|" + c.entry[0] + "|" + c.entry[1] + "|" + c.entry[2] + "|" +
+                      c.entry[3] + "|23|" + c.entry[4] + "|x|S1|U|";
+    auto& c0 = load();
+    settle();
+    c0.state().connection = c.settings;
+    fake.clientWindows.windows["GS Telnet Client   " + c.host] = clientHandle;
+    fake.clientWindows.windows["GS Telnet Client   " + c.host + " x:1234500001"] = clientHandle;
+    c0.connectStore(0);
+    if (c.started.empty()) {
+        EXPECT_EQ(fake.dialogs.texts(),
+                  std::vector<std::string>{"You are missing the following information from your login data: \r\n" +
+                                           c.missing});
+        EXPECT_TRUE(fake.processLauncher.started.empty());
+        return;
+    }
+    ASSERT_EQ(fake.processLauncher.started.size(), 1u) << fake.dialogs.texts().size();
+    EXPECT_EQ(fake.processLauncher.started[0].first,
+              std::string(programFolder) + c.started + " -H180 -z -r1=ABR1 -r3=ABP3 -x1234500001");
+    EXPECT_EQ(c0.state().loginHost, c.host);
+    EXPECT_EQ(c0.state().clientWindow, clientHandle);
+    c0.tick();
+    EXPECT_TRUE(view.bold[0]) << "the tick finds the client by the host it was started for";
+}
+
+INSTANTIATE_TEST_SUITE_P(Table, SignOnFallback,
+                         testing::Values(SignOnCase{"UserAndPasswordFromTheSettings",
+                                                    {"T1", "", " ", "10.0.0.1", "DOM"},
+                                                    {"anna", "s3cret", "10.9.9.9", "CORP", "77", ""},
+                                                    "gs_clnt7.exe -bT1 -uanna -P23 -ps3cret -h10.0.0.1 -dDOM",
+                                                    "10.0.0.1",
+                                                    ""},
+                                         SignOnCase{"EverythingFromTheSettingsWithTheDotDomainOfAnEmptyOne",
+                                                    {"", "", "", "", ""},
+                                                    {"anna", "s3cret", "10.9.9.9", ".", "77", ""},
+                                                    "gs_clnt.exe -b77 -uanna -P23 -ps3cret -h10.9.9.9 -d.",
+                                                    "10.9.9.9",
+                                                    ""},
+                                         SignOnCase{"ALongDomainFromTheSettingsStartsTheNewerClient",
+                                                    {"T1", "u", "p", "10.0.0.1", ""},
+                                                    {"", "", "", "CORP", "", ""},
+                                                    "gs_clnt7.exe -bT1 -uu -P23 -pp -h10.0.0.1 -dCORP",
+                                                    "10.0.0.1",
+                                                    ""},
+                                         SignOnCase{"TheEntrysOwnValuesWin",
+                                                    {"T1", "u", "p", "10.0.0.1", "GS"},
+                                                    {"anna", "s3cret", "10.9.9.9", "CORP", "77", ""},
+                                                    "gs_clnt.exe -bT1 -uu -P23 -pp -h10.0.0.1 -dGS",
+                                                    "10.0.0.1",
+                                                    ""},
+                                         SignOnCase{"ASettingTypedWithAnUmlautReachesTheClientAsTyped",
+                                                    {"T1", "u", "", "10.0.0.1", "DOM"},
+                                                    {"", "p\xC3\xA4ss", "", "", "", ""},
+                                                    "gs_clnt7.exe -bT1 -uu -P23 -ppäss -h10.0.0.1 -dDOM",
+                                                    "10.0.0.1",
+                                                    ""},
+                                         SignOnCase{"WhatNeitherHoldsIsStillMissing",
+                                                    {"T1", "", "", "10.0.0.1", ""},
+                                                    {"anna", "", "", "", "", ""},
+                                                    "",
+                                                    "",
+                                                    "Password\r\nDomain Name\r\n"}),
+                         [](const auto& p) { return std::string(p.param.name); });
 
 TEST_F(StationControllerTest, ClientThatCannotStartEndsQuietlyAndTheNextTickGivesTheRowBack) {
     auto& c = load();

@@ -4,7 +4,11 @@
 #include "tests/support/FakePorts.h"
 
 #include <filesystem>
+#include <functional>
 #include <gtest/gtest.h>
+#include <optional>
+#include <set>
+#include <tuple>
 
 namespace station {
 namespace {
@@ -31,13 +35,27 @@ public:
     void unselect(const std::string& name) override { unselected.push_back(name); }
 };
 
+/// Counts the window events let run and runs `during` among them, as a click would come in.
+class HookYield : public Yield {
+public:
+    int count = 0;
+    std::function<void()> during;
+    void yield() override {
+        ++count;
+        if (during)
+            during();
+    }
+    void pause(std::chrono::milliseconds) override {}
+};
+
 struct Rig {
     test::FakePorts fake;
+    HookYield yield;
     IdentityCodec codec;
     ServiceClient service{fake.http, codec, "http://service/terminal2secure.asp"};
     StationState state;
     RecordingView view;
-    Uploader uploader{fake.ftp.open(), "ftp.example:2121", state, service, fake.dialogs, fake.yield, view};
+    Uploader uploader{fake.ftp.open(), "ftp.example:2121", state, service, fake.dialogs, yield, view};
     std::map<std::string, std::string>& remote() { return fake.ftp.folders["uploads/12345/1234567"]; }
 
     Rig() {
@@ -102,6 +120,50 @@ TEST(Uploader, OverwriteQuestionDeletesOnOkSkipsOnCancelAndGoesOn) {
     EXPECT_EQ(rig.view.remote.size(), 4u) << "listed again after the last file";
 }
 
+TEST(Uploader, RefusedListingIsTriedAgainPlainThenByNamesBeforeItFails) {
+    struct Case {
+        std::set<std::string> refused;
+        std::vector<std::string> listings; ///< the listing calls, in order
+        bool listed;
+    };
+    const std::vector<Case> cases{
+        {{}, {"list -lr *.*"}, true},
+        {{"list -lr *.*"}, {"list -lr *.*", "list "}, true},
+        {{"list -lr *.*", "list "}, {"list -lr *.*", "list ", "nlst"}, true},
+        {{"list -lr *.*", "list ", "nlst"}, {"list -lr *.*", "list ", "nlst"}, false},
+    };
+    for (const auto& c : cases) {
+        Rig rig;
+        rig.remote() = {{"a.txt", ""}};
+        rig.uploader.cmdRefresh_Click();
+        rig.fake.ftp.refused = c.refused;
+        rig.fake.ftp.calls.clear();
+        rig.uploader.cmdRefresh_Click();
+        EXPECT_EQ(rig.fake.ftp.calls, c.listings);
+        EXPECT_EQ(rig.view.remote, c.listed ? std::vector<std::string>{"a.txt"} : std::vector<std::string>{})
+            << "a failed listing leaves no names of an earlier one";
+        EXPECT_EQ(rig.fake.dialogs.texts(), c.listed
+                                                ? std::vector<std::string>{}
+                                                : std::vector<std::string>{"550 nlst: No such file or directory."});
+    }
+}
+
+TEST(Uploader, TransferOverAFolderThatCouldNotBeListedAsksBeforeEachFile) {
+    Rig rig;
+    rig.remote() = {{"one.txt", "old"}};
+    rig.fake.ftp.refused = {"list -lr *.*", "list ", "nlst"};
+    rig.uploader.cmdRefresh_Click();
+    rig.fake.dialogs.shown.clear();
+    rig.answers({Dialogs::Answer::Cancel, Dialogs::Answer::Ok, Dialogs::Answer::Ok});
+    rig.uploader.cmdTransfer_Click("/data", {"one.txt", "two.txt"});
+    ASSERT_EQ(rig.fake.dialogs.shown.size(), 3u) << "a question for each file, then the listing's failure";
+    EXPECT_EQ(rig.fake.dialogs.shown[0].text, "The files on the remote store could not be listed, so one.txt may be "
+                                              "there already.  Send it and overwrite the remote file?");
+    EXPECT_EQ(rig.fake.dialogs.shown[0].buttons, Dialogs::Buttons::OkCancel);
+    EXPECT_EQ(rig.remote()["one.txt"], "old");
+    EXPECT_EQ(rig.remote().count("two.txt"), 1u);
+}
+
 TEST(Uploader, ProgressShowsDoneOfTotalWithExitDisabledThenClears) {
     Rig rig;
     rig.fake.ftp.progressSteps = {100, 2048};
@@ -109,7 +171,51 @@ TEST(Uploader, ProgressShowsDoneOfTotalWithExitDisabledThenClears) {
     rig.uploader.cmdTransfer_Click("/data", {"a.bin"});
     EXPECT_EQ(rig.view.progress, (std::vector<std::pair<std::string, bool>>{
                                      {"100  of 2048", false}, {"2048  of 2048", false}, {"", true}}));
-    EXPECT_EQ(rig.fake.yield.count, 2);
+    EXPECT_EQ(rig.yield.count, 2);
+}
+
+TEST(Uploader, CloseIsTakenAtOnceWhenIdleAfterAWaitOnAServerAndRefusedWhileAFileIsSent) {
+    using Close = Uploader::Close;
+    enum class When { Idle, ServiceRequest, OverwriteQuestion, Upload };
+    const std::vector<std::tuple<When, Close, bool>> cases{
+        {When::Idle, Close::Now, false},
+        {When::ServiceRequest, Close::WhenDone, true},
+        {When::OverwriteQuestion, Close::WhenDone, true},
+        {When::Upload, Close::Refused, false},
+    };
+    for (const auto& [when, answer, dueAfter] : cases) {
+        Rig rig;
+        if (when == When::OverwriteQuestion)
+            rig.remote() = {{"a.bin", "old"}};
+        rig.fake.ftp.progressSteps = {100};
+        rig.uploader.cmdRefresh_Click();
+        std::optional<Close> got;
+        bool dueWhileRunning = false;
+        const auto ask = [&] {
+            got = rig.uploader.requestClose();
+            dueWhileRunning = rig.uploader.takeDueClose();
+        };
+        if (when == When::ServiceRequest)
+            rig.fake.http.handler = [&](const test::FakeHttp::Call&) {
+                ask();
+                return test::FakeHttp::ok("|7|");
+            };
+        if (when == When::OverwriteQuestion)
+            rig.fake.dialogs.whileShown = [&](const std::string&) { ask(); };
+        if (when == When::Upload)
+            rig.yield.during = ask;
+        if (when == When::Idle)
+            ask();
+        else if (when == When::ServiceRequest)
+            rig.uploader.Form_Activate("/data");
+        else
+            rig.uploader.cmdTransfer_Click("/data", {"a.bin"});
+        const auto name = static_cast<int>(when);
+        EXPECT_EQ(got, answer) << name;
+        EXPECT_FALSE(dueWhileRunning) << name;
+        EXPECT_EQ(rig.uploader.takeDueClose(), dueAfter) << name;
+        EXPECT_FALSE(rig.uploader.takeDueClose()) << name << ": taken once";
+    }
 }
 
 TEST(Uploader, LostLineIsLoggedInAgainBeforeTheNextFile) {
@@ -191,6 +297,14 @@ TEST(Uploader, SavingWritesTheExistingRecordTrimmed) {
     EXPECT_FALSE(rig.uploader.differsFromSaved("/srv/data"));
     EXPECT_TRUE(rig.uploader.differsFromSaved("/srv"));
     rig.uploader.cmdSavePath_Click(" /srv/other ");
+    // A Windows folder, saved as shown, compares equal however its separators come in.
+    rig.fake.http.handler = [](const test::FakeHttp::Call& call) {
+        return test::FakeHttp::ok(call.body.rfind("getupload=", 0) == 0 ? "C:\\Users\\clerk\\Uploads|7|" : "");
+    };
+    EXPECT_EQ(rig.uploader.Form_Activate("C:/Users/clerk/Uploads"), std::nullopt);
+    EXPECT_FALSE(rig.uploader.differsFromSaved("C:/Users/clerk/Uploads"));
+    EXPECT_FALSE(rig.uploader.differsFromSaved("C:\\Users\\clerk\\Uploads"));
+    EXPECT_TRUE(rig.uploader.differsFromSaved("C:/Users/clerk"));
     const auto bodies = rig.fake.http.bodies();
     EXPECT_NE(std::find(bodies.begin(), bodies.end(), "setupload=001122334455|/srv/other|"), bodies.end());
 }
