@@ -11,12 +11,12 @@ SystemPorts::SystemPorts(const std::string& singleInstanceName, const std::strin
                                                         *m_libraries,  *m_micrReader,    m_ftp,
                                                         *m_registry} {
     m_ports.downloader = &m_downloader;
-    m_ports.signatures = &m_signatures;
+    m_ports.signatures = m_signatures.get();
 }
 
 bool SystemPorts::workStillRunning() const {
     return m_http.running() > 0 || m_spooler.busy() || m_textPrinter.busy() || m_downloader.running() > 0 ||
-           m_signatures.busy() || m_ftp.running() > 0;
+           m_ftp.running() > 0;
 }
 
 } // namespace station

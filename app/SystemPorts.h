@@ -48,10 +48,10 @@ private:
                                        limits::spoolerCall, limits::printJob};
     std::unique_ptr<SharedLibraries> m_libraries = makeSharedLibraries();
     std::unique_ptr<MicrReader> m_micrReader = makeMicrReader();
-    // Program updates: the installer goes to disk off the UI thread, its signature is checked
-    // there too.
+    // Program updates: the installer goes to disk off the UI thread, its digest taken there as it
+    // arrives; what is left to verify then is a few bytes, checked where it is asked.
     OffThreadFileDownloader m_downloader{makeFileDownloader(), *m_waiter, limits::downloadCap + limits::overrun};
-    OffThreadSignatureVerifier m_signatures{makeSignatureVerifier(), *m_waiter, limits::verify};
+    std::unique_ptr<SignatureVerifier> m_signatures = makeSignatureVerifier();
     // The uploader's sessions bound themselves; these only catch an overrun.
     OffThreadFtpSessions m_ftp{
         makeFtpSessions(), *m_waiter, {limits::ftpCommand + limits::overrun, limits::ftpTransferCap + limits::overrun}};

@@ -15,12 +15,15 @@ set(CPACK_PACKAGE_VERSION ${PROJECT_VERSION})
 set(CPACK_PACKAGE_CONTACT "VORNE station team <station@vorneonline.example>")
 set(CPACK_STRIP_FILES ON)
 
-if(WIN32)
+if(WIN32 AND CMAKE_CROSSCOMPILING)
+    # The mingw cross build has no windeployqt: its run folder (app/CMakeLists.txt) already holds
+    # the program with every DLL its import tables name and the platform plug-in.
+    install(DIRECTORY ${CMAKE_BINARY_DIR}/run/ DESTINATION .)
+elseif(WIN32)
     install(TARGETS vorneterminal RUNTIME_DEPENDENCY_SET station_runtime RUNTIME DESTINATION .)
     # Qt's DLLs and the plug-ins it loads (platforms/qwindows.dll, printing, styles) are found and
-    # copied by windeployqt.
-    qt_generate_deploy_app_script(TARGET vorneterminal OUTPUT_SCRIPT station_deploy NO_UNSUPPORTED_PLATFORM_ERROR
-                                  NO_TRANSLATIONS)
+    # copied by windeployqt. FILENAME_VARIABLE is what Qt 6.4 knows; later versions still take it.
+    qt_generate_deploy_app_script(TARGET vorneterminal FILENAME_VARIABLE station_deploy NO_UNSUPPORTED_PLATFORM_ERROR)
     install(SCRIPT ${station_deploy})
     # Everything else the program links (libcurl with zlib and OpenSSL from vcpkg), without the
     # system's own DLLs and without Qt, which the step above brings.
@@ -32,7 +35,8 @@ if(WIN32)
             PRE_EXCLUDE_REGEXES "^api-ms-" "^ext-ms-" "^[Qq]t6"
             POST_EXCLUDE_REGEXES ".*[Ss]ystem32/.*\\.dll$"
             DIRECTORIES ${station_dll_folders})
-
+endif()
+if(WIN32)
     set(CPACK_GENERATOR NSIS)
     set(CPACK_PACKAGE_INSTALL_DIRECTORY "VORNE Terminal")
     set(CPACK_PACKAGE_EXECUTABLES vorneterminal "VORNE Terminal")
@@ -40,6 +44,9 @@ if(WIN32)
     set(CPACK_NSIS_INSTALLED_ICON_NAME vorneterminal.exe)
     set(CPACK_NSIS_ENABLE_UNINSTALL_BEFORE_INSTALL ON)
     set(CPACK_NSIS_EXECUTABLES_DIRECTORY .)
+    # A 64-bit program: a 64-bit installer that installs into the 64-bit Program Files.
+    set(CPACK_NSIS_DEFINES "Target amd64-unicode")
+    set(CPACK_NSIS_INSTALL_ROOT "$PROGRAMFILES64")
 else()
     install(TARGETS vorneterminal RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
     install(FILES ${PROJECT_SOURCE_DIR}/packaging/vorneterminal.desktop

@@ -30,6 +30,19 @@ StationConfig StationConfig::resolve(const Lookup& lookup) {
                 target = ms;
         }
     };
+    const auto set = [&](const char* name) {
+        auto value = lookup(name);
+        return value && !value->empty() ? value : std::nullopt;
+    };
+#ifdef _WIN32
+    if (const auto local = set("LOCALAPPDATA"))
+        c.userFolder = *local + "\\VORNE Terminal";
+#else
+    if (const auto data = set("XDG_DATA_HOME"))
+        c.userFolder = *data + "/vorne-terminal";
+    else if (const auto home = set("HOME"))
+        c.userFolder = *home + "/.local/share/vorne-terminal";
+#endif
     rigMs("STATION_TICK_MS", c.tickMs);
     rigMs("STATION_READER_WAIT_MS", c.readerWaitMs);
     return c;

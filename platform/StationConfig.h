@@ -15,9 +15,13 @@ struct StationConfig {
     std::string backofficeHost;  ///< STATION_BACKOFFICE_HOST (port 8300)
     std::string serverList;      ///< STATION_SERVER_LIST, comma-separated store host addresses
     std::string codec;           ///< STATION_CODEC, shared library of the codec; empty = identity
-    std::string updatePublicKey; ///< STATION_UPDATE_PUBLIC_KEY, base64 Ed25519 key; empty = unsigned updates
-    int tickMs = 5000;           ///< STATION_TICK_MS, test rigs only
-    int readerWaitMs = 30000;    ///< STATION_READER_WAIT_MS: how long a read is waited for, test rigs only
+    std::string updatePublicKey; ///< STATION_UPDATE_PUBLIC_KEY, minisign public key; empty = unsigned updates
+    /// This user's own folder for the program's files: %LOCALAPPDATA%\VORNE Terminal on Windows,
+    /// $XDG_DATA_HOME/vorne-terminal (by default ~/.local/share/vorne-terminal) elsewhere; empty
+    /// when the environment names no such place.
+    std::string userFolder;
+    int tickMs = 5000;        ///< STATION_TICK_MS, test rigs only
+    int readerWaitMs = 30000; ///< STATION_READER_WAIT_MS: how long a read is waited for, test rigs only
 
     using Lookup = std::function<std::optional<std::string>(const char* name)>;
     /// The build-time values with the overrides that `lookup` finds.

@@ -29,7 +29,8 @@ StationController::StationController(Ports& ports, const StationConfig& config, 
                     m_printing.printReport(storeId, reportName, [this] { return m_state.settings.device("prt2"); });
                 }),
       m_updates(service, ports, m_updateWindow,
-                {m_programFolder, versionText(build::versionMajor, build::versionMinor), m_config.updatePublicKey}) {}
+                {m_programFolder, versionText(build::versionMajor, build::versionMinor), m_config.updatePublicKey,
+                 m_config.userFolder}) {}
 
 bool StationController::load() {
     if (!m_ports.singleInstance.acquire()) {
@@ -122,7 +123,9 @@ void StationController::superviseClientWindows() {
     for (std::size_t i = 0; i < rows; ++i) {
         const auto row = static_cast<int>(i);
         auto& entry = m_state.stores.at(i);
-        m_state.clientWindow = m_ports.clientWindows.findByTitle(text::fromWire(connectedTitle(entry)));
+        // The client's title carries the host it was started for, which may be the settings' one.
+        m_state.clientWindow =
+            m_ports.clientWindows.findByTitle(text::fromWire(connectedTitle(signOnEntry(entry, m_state.connection))));
         const auto decision = superviseRow(entry, m_state.clientWindow != 0, m_view.rowBold(row));
         for (const auto& mark : decision.marks)
             EntryLine(row, mark.on, mark.message);
@@ -138,7 +141,9 @@ void StationController::superviseClientWindows() {
 
 void StationController::connectStore(int row) {
     auto& entry = m_state.stores.at(static_cast<std::size_t>(row));
-    const auto missing = missingItems(entry);
+    // What the entry lacks, the operator's connection settings may supply.
+    const auto signOn = signOnEntry(entry, m_state.connection);
+    const auto missing = missingItems(signOn);
     const auto refusal = refusalText(entry, m_view.rowBold(row));
     if (!missing.empty()) {
         m_ports.dialogs.message(missingItemsMessage(missing), Dialogs::Icon::Critical, Dialogs::Buttons::Ok,
@@ -155,8 +160,8 @@ void StationController::connectStore(int row) {
     m_view.setPanel(StationView::Panel::Connect, {});
     m_ports.yield.yield();
 
-    const auto executable = clientExecutable(entry);
-    const auto arguments = clientArguments(entry, m_state.settings);
+    const auto executable = clientExecutable(signOn);
+    const auto arguments = clientArguments(signOn, m_state.settings);
     entry.connectState = 1;
     // The client gets the sign-on values as the user knows them, not as their wire bytes.
     const auto commandLine =
@@ -168,8 +173,8 @@ void StationController::connectStore(int row) {
     }
 
     m_ports.yield.pause(clientStartWait);
-    m_state.loginHost = entry.clusterAddress;
-    m_state.clientWindow = m_ports.clientWindows.findByTitle(text::fromWire(clientWindowTitle(entry.clusterAddress)));
+    m_state.loginHost = signOn.clusterAddress;
+    m_state.clientWindow = m_ports.clientWindows.findByTitle(text::fromWire(clientWindowTitle(signOn.clusterAddress)));
     if (m_state.clientWindow)
         m_ports.clientWindows.show(m_state.clientWindow);
     putAway();

@@ -70,7 +70,7 @@ frmTerminal::frmTerminal(Ports& ports, const StationConfig& config, const Servic
       m_service(service), m_ftpHost(config.ftpHost) {
     setObjectName(QStringLiteral("frmTerminal"));
     buildControls();
-    // The toolbar and tray menus stay as the users know them; the sign-on window has a key.
+    // The sign-on window: its key, an item under Tools and one in the tray menu.
     auto* getInfo = new QShortcut(QKeySequence(Qt::CTRL | Qt::Key_G), this);
     getInfo->setObjectName(QStringLiteral("GetInfoShortcut"));
     connect(getInfo, &QShortcut::activated, this, &frmTerminal::openGetInfo);
@@ -107,12 +107,20 @@ void frmTerminal::buildControls() {
     ListView1->setSelectionMode(QAbstractItemView::SingleSelection);
     ListView1->header()->setSectionsClickable(true);
     connect(ListView1->header(), &QHeaderView::sectionClicked, this, &frmTerminal::SortListView);
-    connect(ListView1, &QTreeWidget::itemDoubleClicked, this, [this](QTreeWidgetItem* item, int) {
+    const auto connectItem = [this](QTreeWidgetItem* item) {
         // The row's key names its entry, wherever sorting has moved the row.
-        const auto row = storeIndexFromKey(item->data(0, keyRole).toString().toStdString());
+        const auto row = item ? storeIndexFromKey(item->data(0, keyRole).toString().toStdString()) : -1;
         if (row >= 0)
             connectStore(row);
-    });
+    };
+    connect(ListView1, &QTreeWidget::itemDoubleClicked, this,
+            [connectItem](QTreeWidgetItem* item, int) { connectItem(item); });
+    // From the keyboard, Enter on the chosen row connects it as a double click does.
+    for (const auto key : {Qt::Key_Return, Qt::Key_Enter}) {
+        auto* enter = new QShortcut(QKeySequence(key), ListView1);
+        enter->setContext(Qt::WidgetShortcut);
+        connect(enter, &QShortcut::activated, this, [this, connectItem] { connectItem(ListView1->currentItem()); });
+    }
     layout->addWidget(ListView1);
 
     ProgressBar1 = new QProgressBar(central);
@@ -181,6 +189,7 @@ void frmTerminal::buildTray() {
         {"mnuReports", "Reports", &frmTerminal::doReports},
         {"mnuAbout", "About", &frmTerminal::doAbout},
         {"mnuUploader", "Uploader", &frmTerminal::doUploader},
+        {"mnuGetInfo", "Get External Data...", &frmTerminal::openGetInfo},
     };
     for (const auto& item : items) {
         auto* action = mnuPopup->addAction(QString::fromLatin1(item.caption));
@@ -254,7 +263,10 @@ void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, co
         if (const auto store = storeIndexFromKey(itemKey.toStdString()); store >= 0)
             openUploader(store);
     } else if (caption == QStringLiteral("Tools")) {
-        changeFonts(consoleFontFromMenuText(itemText.toStdString()));
+        if (itemKey == QStringLiteral("getinfo"))
+            openGetInfo();
+        else
+            changeFonts(consoleFontFromMenuText(itemText.toStdString()));
     } else if (caption.toUpper() == QStringLiteral("CONNECT")) {
         connectStore(itemIndex - 1);
     }
@@ -353,6 +365,9 @@ void frmTerminal::setFontMenu(const std::vector<std::string>& items) {
     menu->clear();
     for (const auto& item : items)
         menu->addAction(qs(item));
+    // The sign-on window where users look for a tool, beside its key.
+    menu->addSeparator();
+    menu->addAction(QStringLiteral("Get External Data..."))->setData(QStringLiteral("getinfo"));
 }
 
 void frmTerminal::setUploaderMenu(const std::vector<StoreRow>& stores) {
@@ -482,9 +497,8 @@ void frmTerminal::setProgress(float minimum, float maximum, float value) {
 }
 
 void frmTerminal::endProgram() {
-    m_unloading = true;
-    Timer1->stop();
-    cSysTray1->hide();
+    // Ending is an unload like the tray's Exit: the settings go back to the service first.
+    Form_Unload();
     close();
     QCoreApplication::exit(0);
 }

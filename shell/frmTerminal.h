@@ -56,7 +56,8 @@ public:
     void doAbout() { m_controller.doAbout(); }
     void doReports() { m_controller.doReports(); }
     void SortListView(int column);
-    /// "Get External Data": the sign-on values and connection files (Ctrl+G on this window).
+    /// "Get External Data": the sign-on values and connection files (Ctrl+G on this window, and
+    /// an item of the Tools drop-down and of the tray menu).
     void openGetInfo();
 
     // Controls, named as the rest of the station knows them.

@@ -7,6 +7,7 @@
 #include "uploader/frmUploader.h"
 
 #include <QAction>
+#include <QApplication>
 #include <QCoreApplication>
 #include <QDialog>
 #include <QEvent>
@@ -78,7 +79,7 @@ TEST_F(TerminalTest, LoadShowsTheRowsTheMenusAndThePanel) {
               (QStringList{QStringLiteral("1234500000"), QStringLiteral("1234500001"), QStringLiteral("1234500002")}));
     EXPECT_EQ(w.buttonMenu(QStringLiteral("uploader"))->actions()[2]->text(), QStringLiteral("1234500002 (Café)"));
     EXPECT_EQ(w.buttonMenu(QStringLiteral("connect"))->actions().size(), 3);
-    EXPECT_EQ(w.buttonMenu(QStringLiteral("tools"))->actions().size(), 10);
+    EXPECT_EQ(w.buttonMenu(QStringLiteral("tools"))->actions().size(), 12) << "ten fonts, a line, Get External Data";
     EXPECT_EQ(w.panel(QStringLiteral("winsock"))->text(), QStringLiteral("Closed"));
     EXPECT_TRUE(w.Timer1->isActive());
 }
@@ -118,6 +119,19 @@ TEST_F(TerminalTest, DoubleClickConnectsTheStoreOfTheRowWhereverSortingMovedIt) 
     w.Timer1_Timer();
     EXPECT_EQ(bold(std::stoi(serial.substr(serial.size() - 1))), false);
     EXPECT_TRUE(w.button(QStringLiteral("connect"))->isEnabled());
+}
+
+TEST_F(TerminalTest, EnterOnTheChosenRowConnectsItFromTheKeyboard) {
+    auto& w = load(test::storeListReply(3));
+    w.show();
+    QApplication::setActiveWindow(&w);
+    w.ListView1->setFocus();
+    w.ListView1->setCurrentItem(w.ListView1->topLevelItem(1));
+    QTest::keyClick(w.ListView1, Qt::Key_Return);
+    ASSERT_EQ(fake.processLauncher.started.size(), 1u);
+    EXPECT_TRUE(
+        fake.processLauncher.started[0].first.ends_with(" -x" + w.ListView1->topLevelItem(1)->text(3).toStdString()))
+        << fake.processLauncher.started[0].first;
 }
 
 TEST_F(TerminalTest, ToolsMenuSetsTheClientFontAndActivationBringsTheClientForward) {
