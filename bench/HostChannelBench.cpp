@@ -17,8 +17,6 @@ class NullView : public ChannelView {
 public:
     std::string panelText() const override { return text; }
     void setPanelText(const std::string&) override {}
-    std::string panelTag() const override { return text; }
-    void setPanelTag(const std::string&) override {}
     void setPanelToolTip(const std::string&) override {}
     void showPanel() override {}
     void showPole() override {}

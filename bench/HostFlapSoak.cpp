@@ -24,13 +24,11 @@ class NullView : public ChannelView {
 public:
     std::string panelText() const override { return text; }
     void setPanelText(const std::string& t) override { text = t; }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
     void setPanelToolTip(const std::string&) override {}
     void showPanel() override {}
     void showPole() override {}
     void setPoleLine(int, const std::string&) override {}
-    std::string text, tag;
+    std::string text;
 };
 
 class NoDialogs : public Dialogs {

@@ -34,8 +34,6 @@ public:
     void pause(std::chrono::milliseconds) override {}
     std::string panelText() const override { return text; }
     void setPanelText(const std::string& t) override { text = t; }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
     void setPanelToolTip(const std::string&) override {}
     void showPanel() override {}
     void showPole() override {}
@@ -43,7 +41,7 @@ public:
         if (index != 0 && index != 1)
             std::abort();
     }
-    std::string text = "Open", tag;
+    std::string text = "Open";
 };
 
 } // namespace

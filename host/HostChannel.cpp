@@ -80,7 +80,7 @@ void HostChannel::received(std::string_view data) {
         // outermost command keeps and gives back the panel's own text.
         const bool outermost = m_running++ == 0;
         if (outermost) {
-            m_view.setPanelTag(m_view.panelText());
+            m_panelBefore = m_view.panelText();
             m_view.setPanelText("*");
         }
         m_yield.yield();
@@ -90,7 +90,7 @@ void HostChannel::received(std::string_view data) {
             // A command that fails ends quietly; nothing goes back to the host.
         }
         if (--m_running == 0)
-            m_view.setPanelText(m_view.panelTag());
+            m_view.setPanelText(m_panelBefore);
         m_yield.yield();
     }
 }

@@ -19,9 +19,6 @@ public:
     virtual ~ChannelView() = default;
     virtual std::string panelText() const = 0;
     virtual void setPanelText(const std::string& text) = 0;
-    /// The panel's spare text slot: it keeps the panel text while a command runs.
-    virtual std::string panelTag() const = 0;
-    virtual void setPanelTag(const std::string& tag) = 0;
     virtual void setPanelToolTip(const std::string& text) = 0;
     virtual void showPanel() = 0;
     /// Loads and shows the pole display window unless it is loaded already.
@@ -70,7 +67,8 @@ private:
     ChannelView& m_view;
     ReportPrinter m_printReport;
     bool m_attached = false;
-    int m_running = 0; ///< commands running now, counting those of reads taken inside another
+    int m_running = 0;         ///< commands running now, counting those of reads taken inside another
+    std::string m_panelBefore; ///< the panel's text before the outermost command, given back after it
 };
 
 } // namespace station

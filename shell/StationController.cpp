@@ -215,6 +215,39 @@ void StationController::putAway() {
         m_view.minimiseWindow();
 }
 
+void StationController::command(std::string_view key) {
+    if (key == "connect")
+        connectStore(0);
+    else if (key == "uploader")
+        doUploader();
+    else if (key == "tools")
+        doTools();
+    else if (key == "helpdesk")
+        doHelpdesk();
+    else if (key == "reports")
+        doReports();
+    else if (key == "about")
+        doAbout();
+    else if (key == "getinfo")
+        m_view.openGetInfo();
+}
+
+void StationController::menuCommand(std::string_view button, int itemIndex, const std::string& itemText,
+                                    const std::string& itemKey) {
+    if (button == "uploader") {
+        if (const auto store = storeIndexFromKey(itemKey); store >= 0)
+            m_view.openUploader(store);
+    } else if (button == "tools") {
+        // Font sizes, then the sign-on window where users look for a tool.
+        if (itemKey == "getinfo")
+            m_view.openGetInfo();
+        else
+            changeFonts(consoleFontFromMenuText(itemText));
+    } else if (button == "connect") {
+        connectStore(itemIndex - 1);
+    }
+}
+
 void StationController::doUploader() {
     if (m_state.stores.count() > 1) {
         m_ports.dialogs.message("You have access to more then one store, please press the down arrow next to the "

@@ -13,6 +13,7 @@
 #include "update/ProgramUpdates.h"
 
 #include <string>
+#include <string_view>
 
 namespace station {
 
@@ -47,6 +48,13 @@ public:
     void activated();
     /// The close box: the window goes where the user can get it back from.
     void closeRequested();
+
+    /// A toolbar button or tray menu item, by its key: "connect", "tools", "helpdesk", "reports",
+    /// "about", "uploader" or "getinfo".
+    void command(std::string_view key);
+    /// An item of a toolbar button's drop-down: the button's key, the item's place counted from 1,
+    /// its text and its key.
+    void menuCommand(std::string_view button, int itemIndex, const std::string& itemText, const std::string& itemKey);
 
     // The station's commands.
     void doUploader();
@@ -86,7 +94,10 @@ private:
         void showProgress() override { m_view.showProgress(); }
         bool progressVisible() const override { return m_view.progressVisible(); }
         void setProgress(float minimum, float maximum, float value) override {
-            m_view.setProgress(minimum, maximum, value);
+            // The bar counts in int: files past 2 GB are shown in kilobytes.
+            const float scale = maximum > 2.0e9F ? 1024.0F : 1.0F;
+            m_view.setProgress(static_cast<int>(minimum / scale), static_cast<int>(maximum / scale),
+                               static_cast<int>(value / scale));
         }
         void endProgram() override { m_view.endProgram(); }
 

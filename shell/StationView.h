@@ -56,13 +56,15 @@ public:
     virtual void openUploader(int store) = 0;
     virtual void openHelpdesk() = 0;
     virtual void openAbout() = 0;
+    /// "Get External Data": the sign-on values and connection files.
+    virtual void openGetInfo() = 0;
     /// The device assignment window, modal: returns when it is closed.
     virtual void runPrinterSetup() = 0;
 
     // Program updates.
     virtual void showProgress() = 0;
     virtual bool progressVisible() const = 0;
-    virtual void setProgress(float minimum, float maximum, float value) = 0;
+    virtual void setProgress(int minimum, int maximum, int value) = 0;
     /// Unloads the window and ends the program at once.
     virtual void endProgram() = 0;
 };

@@ -6,7 +6,6 @@
 #include "helpdesk/frmHelpdesk.h"
 #include "host/frmDisplayPole.h"
 #include "platform/SerialPortNames.h"
-#include "shell/ConsoleFonts.h"
 #include "shell/StoreList.h"
 #include "uploader/frmUploader.h"
 
@@ -38,8 +37,6 @@ QString qs(const std::string& s) {
 
 constexpr int keyRole = Qt::UserRole;
 constexpr int statusColumn = 4;
-// The connection panel keeps the text it had before a command in a property of its own.
-constexpr const char* tagProperty = "Tag";
 
 std::string programFolder() {
     return QDir::toNativeSeparators(QCoreApplication::applicationDirPath() + QDir::separator()).toStdString();
@@ -87,15 +84,13 @@ void frmTerminal::buildControls() {
     Frame1->setObjectName(QStringLiteral("Frame1"));
     Frame1->setFrameShape(QFrame::Box);
     auto* frameLayout = new QVBoxLayout(Frame1);
-    for (const char* caption : {"VORNEOnline", "TERMINAL"}) {
+    for (const char* caption : {"VORNEOnline", "TERMINAL", "Loading ..."}) {
         auto* label = new QLabel(QString::fromLatin1(caption), Frame1);
         label->setAlignment(Qt::AlignCenter);
-        label->setFont(QFont(QStringLiteral("Arial"), 28, QFont::Bold));
+        if (frameLayout->count() < 2) // the name in large letters, then what the station is doing
+            label->setFont(QFont(QStringLiteral("Arial"), 28, QFont::Bold));
         frameLayout->addWidget(label);
     }
-    auto* loading = new QLabel(QStringLiteral("Loading ..."), Frame1);
-    loading->setAlignment(Qt::AlignCenter);
-    frameLayout->addWidget(loading);
     Frame1->hide();
     layout->addWidget(Frame1);
 
@@ -163,12 +158,12 @@ void frmTerminal::buildToolbar() {
             auto* menu = new QMenu(b);
             b->setMenu(menu);
             b->setPopupMode(QToolButton::MenuButtonPopup);
-            connect(menu, &QMenu::triggered, this, [this, b, menu](QAction* item) {
-                Toolbar1_ButtonMenuClick(b, static_cast<int>(menu->actions().indexOf(item)) + 1, item->text(),
-                                         item->data().toString());
+            connect(menu, &QMenu::triggered, this, [this, button, menu](QAction* item) {
+                m_controller.menuCommand(button.key, static_cast<int>(menu->actions().indexOf(item)) + 1,
+                                         item->text().toStdString(), item->data().toString().toStdString());
             });
         }
-        connect(b, &QToolButton::clicked, this, [this, key] { Toolbar1_ButtonClick(key); });
+        connect(b, &QToolButton::clicked, this, [this, button] { m_controller.command(button.key); });
         toolbar->addWidget(b);
         m_buttons[key] = b;
     }
@@ -177,30 +172,20 @@ void frmTerminal::buildToolbar() {
 void frmTerminal::buildTray() {
     mnuPopup = new QMenu(this);
     mnuPopup->setObjectName(QStringLiteral("mnuPopup"));
-    struct Item {
-        const char* name;
-        const char* caption;
-        void (frmTerminal::*command)();
-    };
-    const Item items[] = {
-        {"mnuConnect", "Connect", nullptr},
-        {"mnuTools", "Tools", &frmTerminal::doTools},
-        {"mnuHelpdesk", "Helpdesk", &frmTerminal::doHelpdesk},
-        {"mnuReports", "Reports", &frmTerminal::doReports},
-        {"mnuAbout", "About", &frmTerminal::doAbout},
-        {"mnuUploader", "Uploader", &frmTerminal::doUploader},
-        {"mnuGetInfo", "Get External Data...", &frmTerminal::openGetInfo},
+    // Name, caption and the command's key.
+    constexpr const char* items[][3] = {
+        {"mnuConnect", "Connect", "connect"},
+        {"mnuTools", "Tools", "tools"},
+        {"mnuHelpdesk", "Helpdesk", "helpdesk"},
+        {"mnuReports", "Reports", "reports"},
+        {"mnuAbout", "About", "about"},
+        {"mnuUploader", "Uploader", "uploader"},
+        {"mnuGetInfo", "Get External Data...", "getinfo"},
     };
     for (const auto& item : items) {
-        auto* action = mnuPopup->addAction(QString::fromLatin1(item.caption));
-        action->setObjectName(QString::fromLatin1(item.name));
-        auto command = item.command;
-        connect(action, &QAction::triggered, this, [this, command] {
-            if (command)
-                (this->*command)();
-            else
-                connectStore(0);
-        });
+        auto* action = mnuPopup->addAction(QString::fromLatin1(item[1]));
+        action->setObjectName(QString::fromLatin1(item[0]));
+        connect(action, &QAction::triggered, this, [this, key = item[2]] { m_controller.command(key); });
     }
     mnuPopup->addSeparator()->setObjectName(QStringLiteral("mnuBreak"));
     auto* exit = mnuPopup->addAction(QStringLiteral("Exit"));
@@ -240,46 +225,11 @@ void frmTerminal::SortListView(int column) {
     ListView1->sortItems(m_sort.column(), order);
 }
 
-void frmTerminal::Toolbar1_ButtonClick(const QString& key) {
-    const auto k = key.toLower();
-    if (k == QStringLiteral("connect"))
-        connectStore(0);
-    else if (k == QStringLiteral("uploader"))
-        doUploader();
-    else if (k == QStringLiteral("tools"))
-        doTools();
-    else if (k == QStringLiteral("helpdesk"))
-        doHelpdesk();
-    else if (k == QStringLiteral("reports"))
-        doReports();
-    else if (k == QStringLiteral("about"))
-        doAbout();
-}
-
-void frmTerminal::Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, const QString& itemText,
-                                           const QString& itemKey) {
-    const auto caption = owner->text();
-    if (caption == QStringLiteral("Uploader")) {
-        if (const auto store = storeIndexFromKey(itemKey.toStdString()); store >= 0)
-            openUploader(store);
-    } else if (caption == QStringLiteral("Tools")) {
-        if (itemKey == QStringLiteral("getinfo"))
-            openGetInfo();
-        else
-            changeFonts(consoleFontFromMenuText(itemText.toStdString()));
-    } else if (caption.toUpper() == QStringLiteral("CONNECT")) {
-        connectStore(itemIndex - 1);
-    }
-}
-
 void frmTerminal::closeEvent(QCloseEvent* event) {
-    if (m_unloading) {
-        event->accept();
-        return;
-    }
-    // The close box never ends the station.
-    event->ignore();
-    m_controller.closeRequested();
+    // The close box never ends the station: only an unload closes the window.
+    event->setAccepted(m_unloading);
+    if (!m_unloading)
+        m_controller.closeRequested();
 }
 
 bool frmTerminal::event(QEvent* e) {
@@ -319,14 +269,6 @@ std::string frmTerminal::panelText() const {
 
 void frmTerminal::setPanelText(const std::string& text) {
     panel(QStringLiteral("winsock"))->setText(qs(text));
-}
-
-std::string frmTerminal::panelTag() const {
-    return panel(QStringLiteral("winsock"))->property(tagProperty).toString().toStdString();
-}
-
-void frmTerminal::setPanelTag(const std::string& tag) {
-    panel(QStringLiteral("winsock"))->setProperty(tagProperty, qs(tag));
 }
 
 void frmTerminal::setPanelToolTip(const std::string& text) {
@@ -379,7 +321,6 @@ void frmTerminal::setUploaderMenu(const std::vector<StoreRow>& stores) {
 
 void frmTerminal::showStoreRows(const std::vector<StoreRow>& rows) {
     ListView1->clear();
-    ListView1->setColumnCount(5);
     ListView1->setHeaderLabels({QStringLiteral("Store Name"), QStringLiteral("Register"), QStringLiteral("User Name"),
                                 QStringLiteral("Serial Number"), QStringLiteral("Status")});
     auto* connectMenu = buttonMenu(QStringLiteral("connect"));
@@ -449,10 +390,7 @@ void frmTerminal::restoreWindow() {
 }
 
 void frmTerminal::setTimerEnabled(bool enabled) {
-    if (enabled)
-        Timer1->start();
-    else
-        Timer1->stop();
+    enabled ? Timer1->start() : Timer1->stop();
 }
 
 void frmTerminal::openUploader(int store) {
@@ -489,11 +427,9 @@ bool frmTerminal::progressVisible() const {
     return !ProgressBar1->isHidden(); // its own setting, whether or not the window is shown
 }
 
-void frmTerminal::setProgress(float minimum, float maximum, float value) {
-    // The bar counts in int: large files are shown in kilobytes.
-    const double scale = maximum > 2.0e9F ? 1024.0 : 1.0;
-    ProgressBar1->setRange(static_cast<int>(minimum / scale), static_cast<int>(maximum / scale));
-    ProgressBar1->setValue(static_cast<int>(value / scale));
+void frmTerminal::setProgress(int minimum, int maximum, int value) {
+    ProgressBar1->setRange(minimum, maximum);
+    ProgressBar1->setValue(value);
 }
 
 void frmTerminal::endProgram() {

@@ -58,7 +58,7 @@ public:
     void SortListView(int column);
     /// "Get External Data": the sign-on values and connection files (Ctrl+G on this window, and
     /// an item of the Tools drop-down and of the tray menu).
-    void openGetInfo();
+    void openGetInfo() override;
 
     // Controls, named as the rest of the station knows them.
     QTreeWidget* ListView1 = nullptr;
@@ -80,14 +80,10 @@ private:
     void buildControls();
     void buildToolbar();
     void buildTray();
-    void Toolbar1_ButtonClick(const QString& key);
-    void Toolbar1_ButtonMenuClick(QToolButton* owner, int itemIndex, const QString& itemText, const QString& itemKey);
 
     // StationView
     std::string panelText() const override;
     void setPanelText(const std::string& text) override;
-    std::string panelTag() const override;
-    void setPanelTag(const std::string& tag) override;
     void setPanelToolTip(const std::string& text) override;
     void showPanel() override;
     void showPole() override;
@@ -114,7 +110,7 @@ private:
     void runPrinterSetup() override;
     void showProgress() override;
     bool progressVisible() const override;
-    void setProgress(float minimum, float maximum, float value) override;
+    void setProgress(int minimum, int maximum, int value) override;
     void endProgram() override;
 
     StationController m_controller;

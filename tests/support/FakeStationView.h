@@ -13,7 +13,7 @@ namespace station::test {
 class FakeStationView : public StationView {
 public:
     // The connection panel and the pole display.
-    std::string text = "Closed", tag, toolTip;
+    std::string text = "Closed", toolTip;
     std::vector<std::string> panelHistory;
     bool panelShown = false;
     int poleLoads = 0;
@@ -44,8 +44,6 @@ public:
         text = t;
         panelHistory.push_back(t);
     }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
     void setPanelToolTip(const std::string& t) override { toolTip = t; }
     void showPanel() override { panelShown = true; }
     void showPole() override { ++poleLoads; }
@@ -84,6 +82,7 @@ public:
     void openUploader(int store) override { opened.push_back("uploader " + std::to_string(store)); }
     void openHelpdesk() override { opened.emplace_back("helpdesk"); }
     void openAbout() override { opened.emplace_back("about"); }
+    void openGetInfo() override { opened.emplace_back("getinfo"); }
     void runPrinterSetup() override {
         opened.emplace_back("printers");
         if (whilePrinterSetupOpen)
@@ -92,11 +91,11 @@ public:
 
     // Program updates.
     bool progressShown = false;
-    float progressMaximum = 0, progressValue = 0;
+    int progressMaximum = 0, progressValue = 0;
     bool ended = false;
     void showProgress() override { progressShown = true; }
     bool progressVisible() const override { return progressShown; }
-    void setProgress(float, float maximum, float value) override {
+    void setProgress(int, int maximum, int value) override {
         progressMaximum = maximum;
         progressValue = value;
     }

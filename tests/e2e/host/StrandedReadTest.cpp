@@ -35,7 +35,7 @@ void spin(std::chrono::milliseconds ms) {
 
 class View : public ChannelView {
 public:
-    std::string text = "Closed", tag;
+    std::string text = "Closed";
     std::function<void()> onCommand; ///< each command marks the panel with "*" as it starts
     std::string panelText() const override { return text; }
     void setPanelText(const std::string& t) override {
@@ -43,8 +43,6 @@ public:
         if (t == "*" && onCommand)
             onCommand();
     }
-    std::string panelTag() const override { return tag; }
-    void setPanelTag(const std::string& t) override { tag = t; }
     void setPanelToolTip(const std::string&) override {}
     void showPanel() override {}
     void showPole() override {}

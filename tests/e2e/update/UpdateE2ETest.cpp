@@ -156,7 +156,7 @@ TEST_F(UpdateE2ETest, ANewerReleaseSignedWithMinisignIsDownloadedByteForByteStar
     ASSERT_EQ(fake.dialogs.shown.size(), 1u);
     EXPECT_EQ(fake.dialogs.shown[0].title, "New Update to Install");
     EXPECT_TRUE(installerRan());
-    EXPECT_EQ(view.progressValue, static_cast<float>(installer.size()));
+    EXPECT_EQ(view.progressValue, static_cast<int>(installer.size()));
 }
 
 TEST_F(UpdateE2ETest, ABrokenTransferIsResumedByTheNextCheckAndItsSignatureCoversTheWholeFile) {

@@ -392,9 +392,9 @@ TEST_F(StationControllerTest, HostReportIsPrintedOnTheReportPrinterOfTheSettings
     EXPECT_EQ(fake.textPrinter.calls.back(), "end");
 }
 
-TEST_F(StationControllerTest, Commands) {
+TEST_F(StationControllerTest, CommandsByTheirButtonKeys) {
     auto& c = load();
-    c.doUploader();
+    c.command("uploader");
     ASSERT_EQ(fake.dialogs.texts(),
               std::vector<std::string>{"You have access to more then one store, please press the down arrow next to "
                                        "the button and select a single store"});
@@ -403,15 +403,17 @@ TEST_F(StationControllerTest, Commands) {
     // The settings go back to the service once the device window has closed.
     std::size_t writesWhileOpen = 99;
     view.whilePrinterSetupOpen = [&] { writesWhileOpen = bodiesStartingWith("prtupt=").size(); };
-    c.doTools();
+    c.command("tools");
     EXPECT_EQ(writesWhileOpen, 0u);
     EXPECT_EQ(bodiesStartingWith("prtupt="), (std::vector<std::string>{"prtupt=R1||P3|||AB|001122334455|"}));
 
-    c.doHelpdesk();
-    c.doAbout();
-    c.doReports();
-    EXPECT_EQ(view.opened, (std::vector<std::string>{"printers", "helpdesk", "about"}));
+    for (const auto* key : {"helpdesk", "about", "reports", "getinfo", "nothing"})
+        c.command(key);
+    EXPECT_EQ(view.opened, (std::vector<std::string>{"printers", "helpdesk", "about", "getinfo"}));
     EXPECT_EQ(fake.browser.opened, (std::vector<std::string>{"http://backoffice.test:8300/ebs.cfm"}));
+    EXPECT_TRUE(fake.processLauncher.started.empty());
+    c.command("connect");
+    EXPECT_EQ(fake.processLauncher.started.size(), 1u) << "Connect connects the first store";
 
     c.unload();
     EXPECT_FALSE(view.timerEnabled);
@@ -421,11 +423,48 @@ TEST_F(StationControllerTest, Commands) {
 
 TEST_F(StationControllerTest, UploaderOpensForTheOnlyStore) {
     replies["mac="] = test::storeListReply(1);
-    auto& c = load();
-    c.doUploader();
+    load().command("uploader");
     EXPECT_TRUE(fake.dialogs.shown.empty());
     EXPECT_EQ(view.opened, std::vector<std::string>{"uploader 0"});
 }
+
+struct MenuCase {
+    const char* name;
+    const char* button;
+    int place;
+    const char* text;
+    const char* key;
+    std::vector<std::string> opened;
+    std::vector<int> fonts;
+    std::size_t started;
+};
+
+class MenuCommand : public StationControllerTest, public testing::WithParamInterface<MenuCase> {};
+
+TEST_P(MenuCommand, OpensSetsOrConnectsWhatTheItemNames) {
+    const auto& p = GetParam();
+    load().menuCommand(p.button, p.place, p.text, p.key);
+    EXPECT_EQ(view.opened, p.opened);
+    std::vector<int> fonts;
+    for (const auto& f : fake.clientWindows.fonts)
+        fonts.push_back(f.second);
+    EXPECT_EQ(fonts, p.fonts);
+    EXPECT_EQ(fake.processLauncher.started.size(), p.started);
+}
+
+INSTANTIATE_TEST_SUITE_P(
+    Table, MenuCommand,
+    testing::Values(
+        // The uploader opens for the store the item's key names, wherever the list was sorted.
+        MenuCase{"uploader_by_key", "uploader", 1, "1234500002 STORE02", "A 1", {"uploader 1"}, {}, 0},
+        MenuCase{"uploader_bad_key", "uploader", 1, "x", "B", {}, {}, 0},
+        MenuCase{"tools_font", "tools", 2, "3: 16 x 8", "", {}, {3}, 0},
+        MenuCase{"tools_getinfo", "tools", 11, "Get External Data...", "getinfo", {"getinfo"}, {}, 0},
+        MenuCase{"tools_not_a_font", "tools", 1, "Fonts", "", {}, {}, 0},
+        // Connect's items are the list in its order: the second item connects the second store.
+        MenuCase{"connect_second", "connect", 2, "1234500002 STORE02", "A 1", {}, {}, 1},
+        MenuCase{"unknown_button", "reports", 1, "x", "A 0", {}, {}, 0}),
+    [](const auto& p) { return std::string(p.param.name); });
 
 } // namespace
 } // namespace station
