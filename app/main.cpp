@@ -1,6 +1,7 @@
 // The station program: builds the platform adapters and hands over to Module1::Main.
 #include "app/SystemPorts.h"
 #include "core/ProgramVersion.h"
+#include "core/StartupTrace.h"
 #include "platform/StationConfig.h"
 #include "shell/Module1.h"
 
@@ -9,7 +10,9 @@
 #include <cstdlib>
 
 int main(int argc, char* argv[]) {
+    station::startupMark("main");
     QApplication app(argc, argv);
+    station::startupMark("QApplication");
     QApplication::setApplicationName(QString::fromLatin1(station::applicationTitle));
 
     // The command line as one text, the way the task lines and the "~~" prefix are written.
@@ -22,6 +25,7 @@ int main(int argc, char* argv[]) {
 
     const auto config = station::StationConfig::fromEnvironment();
     station::SystemPorts system("VORNETerminal", station::applicationTitle);
+    station::startupMark("adapters");
     const int code = station::Module1::Main(commandLine, system.ports(), config);
     // A spooler call that was given up on may still be inside the spooler's library on its
     // worker thread, and would run into the toolkit as it is torn down: end here instead.

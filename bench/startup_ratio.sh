@@ -53,3 +53,31 @@ m_kb=$(awk '{print $2}' "$work/minimal" | median)
 echo "rows shown by the station: $rows"
 echo "start-up median over $runs runs: station ${s_ms} ms, minimal window ${m_ms} ms, ratio $(awk -v a="$s_ms" -v b="$m_ms" 'BEGIN{printf "%.2f", a/b}') (goal <= 1.5)"
 echo "resident memory median: station ${s_kb} kB, minimal window ${m_kb} kB, ratio $(awk -v a="$s_kb" -v b="$m_kb" 'BEGIN{printf "%.2f", a/b}') (goal <= 1.5)"
+
+# Where the station's own start-up goes: the program itself, with its start-up marks on, from the
+# moment it is started to its first paint with the stores; the median time of each phase.
+profile_run() {
+    local start log
+    log="$work/trace.$1"
+    : >"$log"
+    start=$(date +%s%N)
+    STATION_STARTUP_TRACE=1 XDG_DATA_HOME="$work/data" "$bin/vorneterminal" 2>"$log" &
+    local pid=$!
+    for _ in $(seq 400); do
+        grep -q 'first paint' "$log" && break
+        sleep 0.025
+    done
+    kill -TERM "$pid" 2>/dev/null
+    wait "$pid" 2>/dev/null || true
+    awk -v t="$start" '/^startup-mark/ {
+        phase = $3; for (i = 4; i <= NF; i++) phase = phase " " $i
+        printf "%s\t%.1f\n", phase, ($2 - t) / 1e6; t = $2 }' "$log"
+}
+for i in $(seq "$runs"); do profile_run "$i"; done >"$work/phases"
+echo "station start-up by phase (median of $runs runs, ms; each phase ends at its mark):"
+first=$(head -1 "$work/phases" | cut -f1)
+awk -F'\t' '{print $1}' "$work/phases" | awk '!seen[$0]++' | while read -r phase; do
+    ms=$(awk -F'\t' -v p="$phase" '$1 == p {print $2}' "$work/phases" | median)
+    [[ $phase == "$first" ]] && phase="$phase (process start and library loading)"
+    printf '  %-45s %7.1f\n' "$phase" "$ms"
+done

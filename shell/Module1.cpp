@@ -1,6 +1,7 @@
 #include "shell/Module1.h"
 
 #include "about/frmSplash.h"
+#include "core/StartupTrace.h"
 #include "host/frmFileSelection.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
@@ -8,9 +9,25 @@
 #include "shell/frmTerminal.h"
 
 #include <QApplication>
+#include <QEvent>
 #include <memory>
 
 namespace station::Module1 {
+namespace {
+
+/// Puts the main window's first paint into the start-up trace.
+class FirstPaint : public QObject {
+public:
+    bool eventFilter(QObject* watched, QEvent* event) override {
+        if (event->type() == QEvent::Paint) {
+            watched->removeEventFilter(this);
+            startupMark("first paint with the stores");
+        }
+        return false;
+    }
+};
+
+} // namespace
 
 int Main(const std::string& commandLine, Ports& ports, const StationConfig& config) {
 
@@ -36,11 +53,15 @@ int Main(const std::string& commandLine, Ports& ports, const StationConfig& conf
     auto splash = std::make_unique<frmSplash>();
     splash->show();
     QApplication::processEvents();
+    startupMark("splash");
     frmTerminal terminal(ports, config, service);
+    startupMark("main window built");
     const bool loaded = terminal.Form_Load();
     splash.reset();
     if (!loaded)
         return 0;
+    FirstPaint firstPaint;
+    terminal.installEventFilter(&firstPaint);
     return QApplication::exec();
 }
 

@@ -3,6 +3,7 @@
 #include "BuildConfig.h"
 #include "config/SettingsSync.h"
 #include "core/ProgramVersion.h"
+#include "core/StartupTrace.h"
 #include "core/Text.h"
 #include "shell/ClientSession.h"
 #include "shell/ConsoleFonts.h"
@@ -56,6 +57,7 @@ bool StationController::load() {
     } catch (const std::exception& e) {
         m_view.setPanel(StationView::Panel::Message, e.what());
     }
+    startupMark("prt= answered");
 
     m_view.setTimerEnabled(true);
     m_view.setPanelText("Closed");
@@ -79,12 +81,14 @@ void StationController::GetDefaultSettings(bool) {}
 
 void StationController::getStoreList() {
     const auto reply = fetchStoreList(m_service, m_ports.adapters, m_ports.yield, m_state, programVersion());
+    startupMark("mac= and updlast= answered");
     const auto rows = storeRows(m_state.stores);
     if (reply && reply->hasData)
         m_view.setUploaderMenu(rows);
     if (const auto notice = storeListNotice(reply); !notice.empty())
         m_view.setPanel(StationView::Panel::Message, notice);
     m_view.showStoreRows(rows);
+    startupMark("rows filled");
 }
 
 void StationController::loadSettings() {

@@ -15,6 +15,7 @@
 #include <QDir>
 #include <QFrame>
 #include <QHeaderView>
+#include <QIcon>
 #include <QLabel>
 #include <QMenu>
 #include <QProgressBar>
@@ -65,6 +66,9 @@ constexpr ToolbarButton toolbarButtons[] = {
 frmTerminal::frmTerminal(Ports& ports, const StationConfig& config, const ServiceClient& service, QWidget* parent)
     : QMainWindow(parent), m_controller(ports, config, service, *this, programFolder()), m_ports(ports),
       m_service(service), m_ftpHost(config.ftpHost) {
+    // The toolkit's own icons: looked up in a desktop icon theme first, each walked some 1,600
+    // folders under X (the larger part of building this window) to end with the same icon.
+    QIcon::setThemeSearchPaths({QStringLiteral(":/icons")});
     setObjectName(QStringLiteral("frmTerminal"));
     buildControls();
     // The sign-on window: its key, an item under Tools and one in the tray menu.
@@ -128,7 +132,6 @@ void frmTerminal::buildControls() {
         auto* label = new QLabel(this);
         label->setObjectName(QString::fromLatin1(key));
         statusBar()->addWidget(label, key == std::string_view("message") ? 1 : 0);
-        m_panels[QString::fromLatin1(key)] = label;
     }
 
     buildToolbar();
@@ -165,7 +168,6 @@ void frmTerminal::buildToolbar() {
         }
         connect(b, &QToolButton::clicked, this, [this, button] { m_controller.command(button.key); });
         toolbar->addWidget(b);
-        m_buttons[key] = b;
     }
 }
 
@@ -235,12 +237,12 @@ void frmTerminal::closeEvent(QCloseEvent* event) {
 bool frmTerminal::event(QEvent* e) {
     if (e->type() == QEvent::WindowActivate)
         m_controller.activated();
+
     return QMainWindow::event(e);
 }
 
 QToolButton* frmTerminal::button(const QString& key) const {
-    const auto it = m_buttons.find(key.toLower());
-    return it == m_buttons.end() ? nullptr : it->second;
+    return findChild<QToolButton*>(key.toLower());
 }
 
 QMenu* frmTerminal::buttonMenu(const QString& key) const {
@@ -249,8 +251,7 @@ QMenu* frmTerminal::buttonMenu(const QString& key) const {
 }
 
 QLabel* frmTerminal::panel(const QString& key) const {
-    const auto it = m_panels.find(key);
-    return it == m_panels.end() ? nullptr : it->second;
+    return findChild<QLabel*>(key);
 }
 
 QTreeWidgetItem* frmTerminal::rowByKey(const std::string& key) const {

@@ -8,7 +8,6 @@
 
 #include <QMainWindow>
 #include <QPointer>
-#include <map>
 
 class QFrame;
 class QLabel;
@@ -116,8 +115,6 @@ private:
     StationController m_controller;
     ListSort m_sort;
     bool m_unloading = false;
-    std::map<QString, QToolButton*> m_buttons;
-    std::map<QString, QLabel*> m_panels;
     // Helpdesk, uploader and about box: the windows opened from the main window's commands.
     Ports& m_ports;
     const ServiceClient& m_service;
