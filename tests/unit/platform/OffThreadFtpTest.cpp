@@ -56,7 +56,9 @@ public:
 struct Rig {
     std::shared_ptr<GatedSessions> inner = std::make_shared<GatedSessions>();
     BlockingWaiter waiter;
-    OffThreadFtpSessions sessions{inner, waiter, {200ms, 2s}};
+    // Bounds far above what a call takes even on a loaded machine under Wine: only the gated
+    // calls run into them.
+    OffThreadFtpSessions sessions{inner, waiter, {1s, 10s}};
 };
 
 TEST(OffThreadFtp, CallGivenUpAfterItsBoundRefusesTheNextUntilItEnds) {
@@ -64,7 +66,7 @@ TEST(OffThreadFtp, CallGivenUpAfterItsBoundRefusesTheNextUntilItEnds) {
     auto session = rig.sessions.open();
     const auto start = std::chrono::steady_clock::now();
     EXPECT_FALSE(session->login("host", "user", "password"));
-    EXPECT_LT(std::chrono::steady_clock::now() - start, 2s);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, 5s);
     EXPECT_EQ(session->lastError(), "The FTP server did not answer within 1 s.");
     EXPECT_FALSE(session->isConnected());
 
