@@ -56,7 +56,24 @@ private:
     OffThreadFtpSessions m_ftp{
         makeFtpSessions(), *m_waiter, {limits::ftpCommand + limits::overrun, limits::ftpTransferCap + limits::overrun}};
     std::unique_ptr<Registry> m_registry = makeRegistry();
-    Ports m_ports;
+    Ports m_ports{.http = m_http,
+                  .adapters = *m_adapters,
+                  .singleInstance = *m_singleInstance,
+                  .browser = *m_browser,
+                  .dialogs = *m_dialogs,
+                  .yield = *m_yield,
+                  .clock = *m_clock,
+                  .clientWindows = *m_clientWindows,
+                  .processLauncher = *m_processLauncher,
+                  .hostSocket = *m_hostSocket,
+                  .spooler = m_spooler,
+                  .textPrinter = m_textPrinter,
+                  .libraries = *m_libraries,
+                  .micrReader = *m_micrReader,
+                  .ftp = m_ftp,
+                  .registry = *m_registry,
+                  .downloader = m_downloader,
+                  .signatures = *m_signatures};
 };
 
 } // namespace station

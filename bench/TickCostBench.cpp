@@ -47,9 +47,7 @@ void BM_SupervisionTick(benchmark::State& state) {
     };
     auto clientWindows = station::makeClientWindows();
     auto yield = station::makeYield();
-    station::Ports ports{fake.http,    fake.adapters,    fake.singleInstance, fake.browser,         fake.dialogs,
-                         *yield,       fake.clock,       *clientWindows,      fake.processLauncher, fake.hostSocket,
-                         fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader};
+    station::Ports ports = station::test::portsOver(fake, {.yield = yield.get(), .clientWindows = clientWindows.get()});
     station::StationConfig config;
     config.serverList = "127.0.0.1";
     config.tickMs = 24 * 3600 * 1000; // the benchmark ticks by itself

@@ -47,11 +47,24 @@ int main(int argc, char** argv) {
     station::test::FakeDialogs dialogs;
     station::test::FakeProcessLauncher launcher;
     station::Ports ports = system.ports();
-    station::Ports probePorts{ports.http,    ports.adapters,    ports.singleInstance, ports.browser,   dialogs,
-                              ports.yield,   ports.clock,       ports.clientWindows,  launcher,        ports.hostSocket,
-                              ports.spooler, ports.textPrinter, ports.libraries,      ports.micrReader};
-    probePorts.downloader = ports.downloader;
-    probePorts.signatures = ports.signatures;
+    station::Ports probePorts{.http = ports.http,
+                              .adapters = ports.adapters,
+                              .singleInstance = ports.singleInstance,
+                              .browser = ports.browser,
+                              .dialogs = dialogs,
+                              .yield = ports.yield,
+                              .clock = ports.clock,
+                              .clientWindows = ports.clientWindows,
+                              .processLauncher = launcher,
+                              .hostSocket = ports.hostSocket,
+                              .spooler = ports.spooler,
+                              .textPrinter = ports.textPrinter,
+                              .libraries = ports.libraries,
+                              .micrReader = ports.micrReader,
+                              .ftp = ports.ftp,
+                              .registry = ports.registry,
+                              .downloader = ports.downloader,
+                              .signatures = ports.signatures};
     station::IdentityCodec codec;
     station::ServiceClient service(ports.http, codec, config.serviceUrl);
     station::test::FakeStationView view;

@@ -34,28 +34,6 @@ class FtpSessions {
 public:
     virtual ~FtpSessions() = default;
     virtual std::unique_ptr<FtpClient> open() = 0;
-
-    /// For port bundles without FTP: every session refuses to log in.
-    static FtpSessions& none() {
-        class Refusing final : public FtpClient {
-        public:
-            bool login(const std::string&, const std::string&, const std::string&) override { return false; }
-            bool isConnected() const override { return false; }
-            void disconnect() override {}
-            bool changeFolder(const std::string&) override { return false; }
-            std::vector<std::string> list(const std::string&) override { return {}; }
-            std::vector<std::string> nameList() override { return {}; }
-            bool store(const std::string&, const std::string&, const Progress&) override { return false; }
-            bool remove(const std::string&) override { return false; }
-            std::string lastError() const override { return "This station has no FTP client."; }
-        };
-        class NoSessions final : public FtpSessions {
-        public:
-            std::unique_ptr<FtpClient> open() override { return std::make_unique<Refusing>(); }
-        };
-        static NoSessions sessions;
-        return sessions;
-    }
 };
 
 } // namespace station

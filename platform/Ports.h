@@ -20,8 +20,9 @@
 
 namespace station {
 
-/// The outside world as the station's logic and forms see it: one reference per port, built by
-/// app/main.cpp from the real adapters and by tests from fakes.
+/// The outside world as the station's logic and forms see it: one reference per port, each named
+/// where a bundle is built (app/SystemPorts from the real adapters, tests from fakes), so that a
+/// bundle missing a port does not compile.
 struct Ports {
     HttpClient& http;
     NetworkAdapters& adapters;
@@ -37,12 +38,10 @@ struct Ports {
     TextPrinter& textPrinter;
     SharedLibraries& libraries;
     MicrReader& micrReader;
-    // Uploader and about box. Bundles that never open them (most tests) leave these as they are.
-    FtpSessions& ftp = FtpSessions::none();
-    Registry& registry = Registry::none();
-    // Program updates. A bundle without them (most test rigs) never downloads an update.
-    FileDownloader* downloader = nullptr;
-    SignatureVerifier* signatures = nullptr;
+    FtpSessions& ftp;
+    Registry& registry;
+    FileDownloader& downloader;
+    SignatureVerifier& signatures;
 };
 
 } // namespace station

@@ -12,19 +12,6 @@ public:
     virtual bool present() const = 0;
     /// The value `name` of `key` under the local-machine hive, as text, or nothing.
     virtual std::optional<std::string> localMachineValue(const std::string& key, const std::string& name) = 0;
-
-    /// The registry of a system that has none.
-    static Registry& none() {
-        class Absent final : public Registry {
-        public:
-            bool present() const override { return false; }
-            std::optional<std::string> localMachineValue(const std::string&, const std::string&) override {
-                return std::nullopt;
-            }
-        };
-        static Absent absent;
-        return absent;
-    }
 };
 
 } // namespace station

@@ -105,8 +105,8 @@ bool ProgramUpdates::GetProgramUpdates() {
     const auto readMe = markerValue(description.body, "ReadMe=", lineEnd, m_ports.yield);
     markerValue(description.body, "Size=", lineEnd, m_ports.yield);
     std::shared_ptr<SignatureVerifier::Digest> digest;
-    if (!m_setup.publicKey.empty() && m_ports.signatures)
-        digest = m_ports.signatures->blake2b512();
+    if (!m_setup.publicKey.empty())
+        digest = m_ports.signatures.blake2b512();
     if (!downloadInstaller(m_base + "/setup.exe", digest))
         return false;
 
@@ -162,8 +162,6 @@ void ProgramUpdates::prepareInstallFolder() {
 }
 
 bool ProgramUpdates::downloadInstaller(const std::string& url, std::shared_ptr<ByteSink> digest) {
-    if (!m_ports.downloader)
-        return false;
     std::error_code ignored;
     prepareInstallFolder();
     const auto partial = partialFile();
@@ -177,7 +175,7 @@ bool ProgramUpdates::downloadInstaller(const std::string& url, std::shared_ptr<B
         if (!ignored && !request.ifRange.empty())
             request.resumeFrom = kept;
     }
-    const auto result = m_ports.downloader->download(request, [this](std::uint64_t received, std::uint64_t total) {
+    const auto result = m_ports.downloader.download(request, [this](std::uint64_t received, std::uint64_t total) {
         if (m_view.progressVisible())
             m_view.setProgress(1, static_cast<float>(total), static_cast<float>(received));
     });
@@ -224,7 +222,7 @@ std::string ProgramUpdates::refusalOf(SignatureVerifier::Digest& digest) {
     // The legacy form signs the whole file, which would have to be read once more.
     if (!signature->prehashed)
         return "it is signed in the legacy form, which is not accepted";
-    auto& verifier = *m_ports.signatures;
+    auto& verifier = m_ports.signatures;
     if (!verifier.ed25519(key->key, signature->signature + signature->trustedComment, signature->globalSignature))
         return "the trusted comment of its signature does not verify";
     const auto offered = text::trim(m_offered);

@@ -24,6 +24,16 @@ HttpClient::Response FakeHttp::get(const std::string& url, const BasicAuth*, con
     return handler ? handler(calls.back()) : ok({});
 }
 
+std::shared_ptr<SignatureVerifier::Digest> FakeSignatures::blake2b512() {
+    class Kept : public Digest {
+    public:
+        void write(const char* data, std::size_t size) override { bytes.append(data, size); }
+        std::string finish() override { return bytes; }
+        std::string bytes;
+    };
+    return std::make_shared<Kept>();
+}
+
 FileDownloader::Result FakeDownloader::download(const Request& request, const Progress& progress) {
     requests.push_back(request);
     Result result;

@@ -10,6 +10,7 @@
 #include <optional>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace station::test {
@@ -272,6 +273,14 @@ public:
     Result download(const Request& request, const Progress& progress) override;
 };
 
+/// Signatures that verify while `valid` holds; the digest is the bytes it was given.
+class FakeSignatures : public SignatureVerifier {
+public:
+    bool valid = true;
+    std::shared_ptr<Digest> blake2b512() override;
+    bool ed25519(std::string_view, std::string_view, std::string_view) override { return valid; }
+};
+
 /// An FTP server in memory: folders of named files, the sessions' calls in order, and faults on
 /// demand. Every session the fake opens works on the same server.
 class FakeFtpSessions : public FtpSessions {
@@ -324,10 +333,69 @@ struct FakePorts {
     FakeMicrReader micrReader;
     FakeFtpSessions ftp;
     FakeRegistry registry;
-    Ports ports{http,          adapters,        singleInstance, browser, dialogs,     yield,     clock,
-                clientWindows, processLauncher, hostSocket,     spooler, textPrinter, libraries, micrReader,
-                ftp,           registry};
+    FakeDownloader downloader;
+    FakeSignatures signatures;
+    Ports ports{.http = http,
+                .adapters = adapters,
+                .singleInstance = singleInstance,
+                .browser = browser,
+                .dialogs = dialogs,
+                .yield = yield,
+                .clock = clock,
+                .clientWindows = clientWindows,
+                .processLauncher = processLauncher,
+                .hostSocket = hostSocket,
+                .spooler = spooler,
+                .textPrinter = textPrinter,
+                .libraries = libraries,
+                .micrReader = micrReader,
+                .ftp = ftp,
+                .registry = registry,
+                .downloader = downloader,
+                .signatures = signatures};
 };
+
+/// The real adapters a test brings; every port left null is the fake's.
+struct RealPorts {
+    HttpClient* http = nullptr;
+    NetworkAdapters* adapters = nullptr;
+    Yield* yield = nullptr;
+    ClientWindows* clientWindows = nullptr;
+    ProcessLauncher* processLauncher = nullptr;
+    HostSocket* hostSocket = nullptr;
+    Spooler* spooler = nullptr;
+    TextPrinter* textPrinter = nullptr;
+    MicrReader* micrReader = nullptr;
+    FtpSessions* ftp = nullptr;
+    Registry* registry = nullptr;
+    FileDownloader* downloader = nullptr;
+    SignatureVerifier* signatures = nullptr;
+};
+
+/// A port bundle with the given real adapters over the fakes.
+inline Ports portsOver(FakePorts& fake, const RealPorts& real) {
+    const auto pick = [](auto* chosen, auto& otherwise) -> auto& {
+        return chosen ? *chosen : otherwise;
+    };
+    return Ports{.http = pick(real.http, fake.http),
+                 .adapters = pick(real.adapters, fake.adapters),
+                 .singleInstance = fake.singleInstance,
+                 .browser = fake.browser,
+                 .dialogs = fake.dialogs,
+                 .yield = pick(real.yield, fake.yield),
+                 .clock = fake.clock,
+                 .clientWindows = pick(real.clientWindows, fake.clientWindows),
+                 .processLauncher = pick(real.processLauncher, fake.processLauncher),
+                 .hostSocket = pick(real.hostSocket, fake.hostSocket),
+                 .spooler = pick(real.spooler, fake.spooler),
+                 .textPrinter = pick(real.textPrinter, fake.textPrinter),
+                 .libraries = fake.libraries,
+                 .micrReader = pick(real.micrReader, fake.micrReader),
+                 .ftp = pick(real.ftp, fake.ftp),
+                 .registry = pick(real.registry, fake.registry),
+                 .downloader = pick(real.downloader, fake.downloader),
+                 .signatures = pick(real.signatures, fake.signatures)};
+}
 
 /// A service reply of `count` store records for station `station`, each field ended by "|".
 std::string storeListReply(std::size_t count, const std::string& station = "001122334455");

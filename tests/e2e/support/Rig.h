@@ -1,6 +1,6 @@
 #pragma once
-// What most end-to-end rigs share: waiting with events running, a file read whole, and a port
-// bundle with the rig's real adapters over the fakes.
+// What most end-to-end rigs share: waiting with events running, a file read whole, and (from
+// FakePorts.h) portsOver, a port bundle with the rig's real adapters over the fakes.
 #include "tests/support/FakePorts.h"
 
 #include <QByteArray>
@@ -27,46 +27,6 @@ template <typename Done> bool waitUntil(Done done, int ms = 15'000) {
 inline QByteArray fileBytes(const QString& path) {
     QFile f(path);
     return f.open(QIODevice::ReadOnly) ? f.readAll() : QByteArray();
-}
-
-/// The real adapters a rig brings; every port left null is the fake's.
-struct RealPorts {
-    HttpClient* http = nullptr;
-    NetworkAdapters* adapters = nullptr;
-    Yield* yield = nullptr;
-    ClientWindows* clientWindows = nullptr;
-    ProcessLauncher* processLauncher = nullptr;
-    HostSocket* hostSocket = nullptr;
-    Spooler* spooler = nullptr;
-    TextPrinter* textPrinter = nullptr;
-    MicrReader* micrReader = nullptr;
-    FtpSessions* ftp = nullptr;
-    FileDownloader* downloader = nullptr;
-    SignatureVerifier* signatures = nullptr;
-};
-
-inline Ports portsOver(FakePorts& fake, const RealPorts& real) {
-    const auto pick = [](auto* chosen, auto& otherwise) -> auto& {
-        return chosen ? *chosen : otherwise;
-    };
-    return Ports{pick(real.http, fake.http),
-                 pick(real.adapters, fake.adapters),
-                 fake.singleInstance,
-                 fake.browser,
-                 fake.dialogs,
-                 pick(real.yield, fake.yield),
-                 fake.clock,
-                 pick(real.clientWindows, fake.clientWindows),
-                 pick(real.processLauncher, fake.processLauncher),
-                 pick(real.hostSocket, fake.hostSocket),
-                 pick(real.spooler, fake.spooler),
-                 pick(real.textPrinter, fake.textPrinter),
-                 fake.libraries,
-                 pick(real.micrReader, fake.micrReader),
-                 pick(real.ftp, fake.ftp),
-                 fake.registry,
-                 real.downloader,
-                 real.signatures};
 }
 
 } // namespace station::test

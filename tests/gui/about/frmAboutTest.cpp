@@ -60,10 +60,7 @@ TEST(frmAbout, OnASystemWithoutRegistryTheInstalledInformationProgramIsStarted) 
     test::FakePorts fake;
     auto registry = makeRegistry();
     auto launcher = makeProcessLauncher();
-    Ports ports{fake.http,    fake.adapters,    fake.singleInstance, fake.browser,    fake.dialogs,
-                fake.yield,   fake.clock,       fake.clientWindows,  *launcher,       fake.hostSocket,
-                fake.spooler, fake.textPrinter, fake.libraries,      fake.micrReader, fake.ftp,
-                *registry};
+    Ports ports = test::portsOver(fake, {.processLauncher = launcher.get(), .registry = registry.get()});
     StationState state;
     frmAbout window(state, ports);
     EXPECT_FALSE(window.cmdSysInfo->isHidden());

@@ -22,8 +22,7 @@ protected:
     void SetUp() override {
         QDir(installFolder()).removeRecursively();
         config.tickMs = 24 * 3600 * 1000;
-        fake.ports.downloader = &downloader;
-        downloader.file = std::string(3000, '\x7F');
+        fake.downloader.file = std::string(3000, '\x7F');
         fake.http.handler = [](const test::FakeHttp::Call& call) {
             if (call.body.starts_with("upd1="))
                 return test::FakeHttp::ok("x|http://upd.test/rdp|");
@@ -41,7 +40,6 @@ protected:
     static QString installFolder() { return QCoreApplication::applicationDirPath() + QStringLiteral("/_Install"); }
 
     test::FakePorts fake;
-    test::FakeDownloader downloader;
     StationConfig config;
     IdentityCodec codec;
     ServiceClient service{fake.http, codec, "http://svc/terminal2secure.asp"};
@@ -50,7 +48,7 @@ protected:
 
 // One test only: the window's program folder is the test program's, shared by every case.
 TEST_F(TerminalUpdateTest, TheBarFollowsTheDownloadAndAHandedOverUpdateClosesTheWindow) {
-    downloader.breakAt = 1000;
+    fake.downloader.breakAt = 1000;
     window->Timer1_Timer();
     // A broken download leaves the bar, the button and the status as they were.
     EXPECT_FALSE(window->ProgressBar1->isHidden());
@@ -61,7 +59,7 @@ TEST_F(TerminalUpdateTest, TheBarFollowsTheDownloadAndAHandedOverUpdateClosesThe
     EXPECT_TRUE(window->isVisible());
     EXPECT_TRUE(window->Timer1->isActive());
 
-    downloader.breakAt.reset();
+    fake.downloader.breakAt.reset();
     for (int tick = 2; tick <= 13 && fake.processLauncher.started.empty(); ++tick)
         window->Timer1_Timer();
     ASSERT_EQ(fake.processLauncher.started.size(), 1u);

@@ -57,8 +57,7 @@ public:
         fs::create_directories(folder);
         // Every byte value, so that the file is shown to be written byte for byte.
         for (int i = 0; i < 3 * 256; ++i)
-            downloader.file += static_cast<char>(i % 256);
-        fake.ports.downloader = &downloader;
+            fake.downloader.file += static_cast<char>(i % 256);
         fake.http.handler = [this](const test::FakeHttp::Call& call) {
             if (call.method == "POST")
                 return call.body.starts_with("upd1=") ? test::FakeHttp::ok(address) : test::FakeHttp::ok("");
@@ -73,10 +72,12 @@ public:
 
     ProgramUpdates& updates(std::string withKey = {}) {
         key = withKey;
-        m_updates = std::make_unique<ProgramUpdates>(service, fake.ports, view,
+        m_updates = std::make_unique<ProgramUpdates>(service, ports(), view,
                                                      ProgramUpdates::Setup{folder.string() + "/", "2.01", withKey, {}});
         return *m_updates;
     }
+    /// The ports the updates see: the fakes, unless a fixture brings real adapters.
+    virtual Ports& ports() { return fake.ports; }
     int fetches(const std::string& url) const {
         return static_cast<int>(
             std::count_if(fake.http.calls.begin(), fake.http.calls.end(), [&](const auto& c) { return c.url == url; }));
@@ -84,7 +85,6 @@ public:
     fs::path install(const char* name) const { return folder / "_Install" / name; }
 
     test::FakePorts fake;
-    test::FakeDownloader downloader;
     IdentityCodec codec;
     ServiceClient service{fake.http, codec, "http://service.test/terminal2secure.asp"};
     FakeUpdateView view;

@@ -13,12 +13,12 @@ TEST_F(ProgramUpdatesTest, ANewerReleaseIsDownloadedShownStartedAndTheProgramEnd
     u.CheckProgramUpdates("001122334455");
 
     EXPECT_EQ(fake.http.bodies().front(), "upd1=001122334455");
-    EXPECT_EQ(readFile(install("Setup.exe")), downloader.file);
+    EXPECT_EQ(readFile(install("Setup.exe")), fake.downloader.file);
     EXPECT_EQ(readFile(install("Readme.txt")), "release notes\r\n");
     EXPECT_FALSE(fs::exists(u.partialFile()));
-    ASSERT_EQ(downloader.requests.size(), 1u);
-    EXPECT_EQ(downloader.requests[0].url, "http://upd.test/rdp/setup.exe");
-    EXPECT_EQ(downloader.requests[0].resumeFrom, 0u);
+    ASSERT_EQ(fake.downloader.requests.size(), 1u);
+    EXPECT_EQ(fake.downloader.requests[0].url, "http://upd.test/rdp/setup.exe");
+    EXPECT_EQ(fake.downloader.requests[0].resumeFrom, 0u);
 
     ASSERT_EQ(fake.dialogs.texts(),
               std::vector<std::string>{
@@ -74,7 +74,7 @@ INSTANTIATE_TEST_SUITE_P(
                     true, false},
         FailureCase{"SameVersion", [](ProgramUpdatesTest& f) { f.description = "Version =2.01\r\n"; }, "old status",
                     true, false},
-        FailureCase{"InstallerUnreachable", [](ProgramUpdatesTest& f) { f.downloader.refuse = true; },
+        FailureCase{"InstallerUnreachable", [](ProgramUpdatesTest& f) { f.fake.downloader.refuse = true; },
                     "Downloading a new release...", false, false},
         FailureCase{"InstallFolderUnwritable",
                     [](ProgramUpdatesTest& f) { writeFile(f.folder / "_Install", "a file, not a folder"); },
@@ -101,31 +101,31 @@ TEST_F(ProgramUpdatesTest, ABlankAddressKeepsTheOneFromTheCheckBefore) {
 
 TEST_F(ProgramUpdatesTest, ABrokenTransferIsContinuedByTheNextCheckUnderTheServersValidator) {
     auto& u = updates();
-    downloader.breakAt = 300;
+    fake.downloader.breakAt = 300;
     u.CheckProgramUpdates("1");
-    EXPECT_EQ(readFile(u.partialFile()), downloader.file.substr(0, 300)) << "the part that arrived is kept";
+    EXPECT_EQ(readFile(u.partialFile()), fake.downloader.file.substr(0, 300)) << "the part that arrived is kept";
     EXPECT_FALSE(fs::exists(install("Setup.exe")));
     EXPECT_TRUE(fake.processLauncher.started.empty());
 
-    downloader.breakAt.reset();
+    fake.downloader.breakAt.reset();
     u.CheckProgramUpdates("1");
-    ASSERT_EQ(downloader.requests.size(), 2u);
-    EXPECT_EQ(downloader.requests[1].resumeFrom, 300u);
-    EXPECT_EQ(downloader.requests[1].ifRange, "\"v1\"");
-    EXPECT_EQ(readFile(install("Setup.exe")), downloader.file);
+    ASSERT_EQ(fake.downloader.requests.size(), 2u);
+    EXPECT_EQ(fake.downloader.requests[1].resumeFrom, 300u);
+    EXPECT_EQ(fake.downloader.requests[1].ifRange, "\"v1\"");
+    EXPECT_EQ(readFile(install("Setup.exe")), fake.downloader.file);
     EXPECT_EQ(fake.processLauncher.started.size(), 1u);
 }
 
 TEST_F(ProgramUpdatesTest, APartOfAReleaseTheServerNoLongerHoldsIsReplacedByTheWholeNewFile) {
     auto& u = updates();
-    downloader.breakAt = 300;
+    fake.downloader.breakAt = 300;
     u.CheckProgramUpdates("1");
-    downloader.breakAt.reset();
-    downloader.validator = "\"v2\"";
+    fake.downloader.breakAt.reset();
+    fake.downloader.validator = "\"v2\"";
     std::string release(1000, '\0');
     for (std::size_t i = 0; i < release.size(); ++i)
         release[i] = static_cast<char>(255 - i % 256);
-    downloader.file = release;
+    fake.downloader.file = release;
     u.CheckProgramUpdates("1");
     EXPECT_EQ(readFile(install("Setup.exe")), release);
 }
@@ -135,12 +135,12 @@ TEST_F(ProgramUpdatesTest, APartTheServerCannotContinueIsDroppedAndTheNextCheckS
     writeFile(u.partialFile(), std::string(2000, 'x')); // longer than the release now offered
     writeFile(fs::path(u.partialFile()) += ".validator", "\"v1\"\n");
     u.CheckProgramUpdates("1");
-    EXPECT_EQ(downloader.requests.at(0).resumeFrom, 2000u);
+    EXPECT_EQ(fake.downloader.requests.at(0).resumeFrom, 2000u);
     EXPECT_FALSE(fs::exists(u.partialFile()));
     EXPECT_TRUE(fake.processLauncher.started.empty());
     u.CheckProgramUpdates("1");
-    EXPECT_EQ(downloader.requests.at(1).resumeFrom, 0u);
-    EXPECT_EQ(readFile(install("Setup.exe")), downloader.file);
+    EXPECT_EQ(fake.downloader.requests.at(1).resumeFrom, 0u);
+    EXPECT_EQ(readFile(install("Setup.exe")), fake.downloader.file);
 }
 
 TEST_F(ProgramUpdatesTest, WithoutAKeyBuiltInNoSignatureIsAskedFor) {
@@ -154,7 +154,7 @@ TEST_F(ProgramUpdatesTest, WhereTheProgramsFolderCannotBeWrittenTheUsersFolderTa
     const auto user = folder / "user";
     ProgramUpdates u(service, fake.ports, view, {folder.string() + "/", "2.01", {}, user.string()});
     u.CheckProgramUpdates("1");
-    EXPECT_EQ(readFile(user / "_Install" / "Setup.exe"), downloader.file);
+    EXPECT_EQ(readFile(user / "_Install" / "Setup.exe"), fake.downloader.file);
     EXPECT_EQ(readFile(user / "_Install" / "Readme.txt"), "release notes\r\n");
     ASSERT_EQ(fake.processLauncher.started.size(), 1u);
     EXPECT_EQ(fake.processLauncher.started[0].first, "\"" + (user / "_Install" / "Setup.exe").string() + "\"");

@@ -33,7 +33,6 @@ public:
     void SetUp() override {
         ProgramUpdatesTest::SetUp();
         key = releaseKey;
-        fake.ports.signatures = verifier.get();
         fake.http.handler = [this, served = fake.http.handler](const test::FakeHttp::Call& call) {
             if (call.url == "http://upd.test/rdp/setup.exe.minisig")
                 return signature ? test::FakeHttp::ok(*signature) : test::FakeHttp::failed();
@@ -41,6 +40,8 @@ public:
         };
     }
     std::unique_ptr<SignatureVerifier> verifier = makeSignatureVerifier();
+    Ports withVerifier = test::portsOver(fake, {.signatures = verifier.get()});
+    Ports& ports() override { return withVerifier; }
     std::optional<std::string> signature = goodSignature;
 };
 
@@ -66,12 +67,12 @@ INSTANTIATE_TEST_SUITE_P(
         // Kept bytes from disk first, then the rest: the digest covers the whole file once.
         SignatureCase{"ResumedDownload",
                       [](ProgramUpdatesTest& f) {
-                          f.downloader.breakAt = 300;
+                          f.fake.downloader.breakAt = 300;
                           f.updates(f.key).CheckProgramUpdates("1");
-                          f.downloader.breakAt.reset();
+                          f.fake.downloader.breakAt.reset();
                       },
                       ""},
-        SignatureCase{"TamperedByte", [](ProgramUpdatesTest& f) { f.downloader.file[500] ^= 1; },
+        SignatureCase{"TamperedByte", [](ProgramUpdatesTest& f) { f.fake.downloader.file[500] ^= 1; },
                       "The new release was refused: the signature does not match the installer"},
         SignatureCase{"Missing", [](ProgramUpdatesTest& f) { static_cast<SignedUpdates&>(f).signature.reset(); },
                       "The new release was refused: it carries no signature"},
