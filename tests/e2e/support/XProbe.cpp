@@ -2,6 +2,7 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 
 #include <functional>
 
@@ -139,6 +140,24 @@ void XProbe::click(Window window, int x, int y) {
         XSendEvent(m_display, window, True, type == ButtonPress ? ButtonPressMask : ButtonReleaseMask, &event);
     }
     XFlush(m_display);
+}
+
+bool XProbe::showsColour(unsigned long rgb) const {
+    if (!m_display)
+        return false;
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(m_display, m_root, &attributes);
+    bool found = false;
+    // The root's image holds every window on it: an X server without a compositor draws them
+    // all into one frame.
+    if (XImage* image = XGetImage(m_display, m_root, 0, 0, static_cast<unsigned>(attributes.width),
+                                  static_cast<unsigned>(attributes.height), AllPlanes, ZPixmap)) {
+        for (int y = 0; y < attributes.height && !found; y += 2)
+            for (int x = 0; x < attributes.width && !found; x += 2)
+                found = XGetPixel(image, x, y) == rgb;
+        XDestroyImage(image);
+    }
+    return found;
 }
 
 } // namespace station::test
