@@ -23,6 +23,8 @@ public:
     /// The first viewable window titled exactly `title` (with `mappedOnly` false, also one not on
     /// the screen yet), 0 when there is none.
     Window find(const std::string& title, bool mappedOnly = true) const;
+    /// Every such window.
+    std::vector<Window> findAll(const std::string& title, bool mappedOnly = true) const;
     struct Size {
         int width = 0, height = 0;
     };
