@@ -6,9 +6,9 @@
 #include "host/CardReading.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
-#include "tests/e2e/host/ScreenColour.h"
 #include "tests/e2e/support/Peers.h"
 #include "tests/e2e/support/Rig.h"
+#include "tests/e2e/support/XProbe.h"
 
 #include <QDeadlineTimer>
 #include <QFile>
@@ -53,13 +53,11 @@ protected:
     }
     /// micrsim as COM3 in the serial folder, playing `script`.
     void startReader(const QString& script) {
-        QFile f(dir.filePath(QStringLiteral("reader.script")));
-        ASSERT_TRUE(f.open(QIODevice::WriteOnly));
-        f.write(script.toUtf8());
-        f.close();
+        const auto file = dir.filePath(QStringLiteral("reader.script"));
+        test::writeFile(file, script.toUtf8());
         reader.start(test::binDir() + QStringLiteral("/micrsim"),
-                     {QStringLiteral("--link"), dir.filePath(QStringLiteral("COM3")), QStringLiteral("--script"),
-                      f.fileName(), QStringLiteral("--log"), readerLogPath()});
+                     {QStringLiteral("--link"), dir.filePath(QStringLiteral("COM3")), QStringLiteral("--script"), file,
+                      QStringLiteral("--log"), readerLogPath()});
         ASSERT_FALSE(reader.waitForOutput(QStringLiteral("pty (\\S+)")).isEmpty());
     }
     QString readerLogPath() const { return dir.filePath(QStringLiteral("reader.log")); }
@@ -116,45 +114,56 @@ protected:
     test::FakeDialogs dialogs;
 };
 
-TEST_F(ReaderE2ETest, CardTaskWritesTheTracksAfterTheStandardSetUp) {
-    startReader(QStringLiteral("armed\ncard B4111111111111111^DOE/J^2512|4111111111111111=2512|\n"));
-    ASSERT_EQ(runStation(QStringLiteral("3,") + resultPath()), 0);
-    EXPECT_EQ(fileBytes(resultPath()),
-              "3\r\n00028B4111111111111111^DOE/J^2512\r\n000214111111111111111=2512\r\n00000\r\n");
-    EXPECT_TRUE(readerLog().startsWith("< SWA 00100010\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n"
-                                       "< SWE 00000010\n< SWI 00000000\n< FC0002\n"))
-        << readerLog().toStdString();
-}
+struct TaskCase {
+    const char* name;
+    const char* type;
+    const char* script;
+    const char* task;
+    const char* waitMs;
+    const char* result;
+    const char* log; ///< how the reader's log starts: the set-up commands it was sent
+    qsizetype image; ///< the check image's size; -1: not looked at
+};
 
-TEST_F(ReaderE2ETest, CheckTaskWritesTheMicrLineAndTheTenKilobyteImage) {
-    startReader(QStringLiteral("armed\ncheck T123456789T0012345O 10240\n"));
-    ASSERT_EQ(runStation(QStringLiteral("4,") + resultPath()), 0);
-    EXPECT_EQ(fileBytes(resultPath()), "4\r\n00019T123456789T0012345O\r\n10240\r\n");
+class ReaderTasks : public ReaderE2ETest, public testing::WithParamInterface<TaskCase> {};
+
+// The real program in task mode over a pseudo-terminal: the set-up commands reach the reader and
+// what it reads reaches the result file.
+TEST_P(ReaderTasks, WriteWhatTheReaderRead) {
+    const auto& c = GetParam();
+    setReader(c.type, "COM3");
+    startReader(QString::fromLatin1(c.script));
+    ASSERT_EQ(runStation(QString::fromLatin1(c.task) + QLatin1Char(',') + resultPath(), QLatin1String(c.waitMs)), 0);
+    EXPECT_EQ(fileBytes(resultPath()), QByteArray(c.result));
+    EXPECT_TRUE(readerLog().startsWith(c.log)) << readerLog().toStdString();
+    if (c.image < 0)
+        return;
     const auto image = fileBytes(resultPath() + QStringLiteral(".tmp"));
-    EXPECT_EQ(image.size(), 10240);
-    EXPECT_TRUE(image.startsWith(QByteArray("II*\0", 4)));
+    EXPECT_EQ(image.size(), c.image);
+    if (c.image > 0) {
+        EXPECT_TRUE(image.startsWith(QByteArray("II*\0", 4)));
+    }
 }
 
-TEST_F(ReaderE2ETest, MiniMicrWithoutCameraGetsItsCommandsAndAnEmptyImage) {
-    setReader(" mini micr", "COM3");
-    startReader(QStringLiteral("set sentinels off\narmed\ncheck T9T8O\n"));
-    ASSERT_EQ(runStation(QStringLiteral("4,") + resultPath()), 0);
-    EXPECT_EQ(fileBytes(resultPath()), "4\r\n00005T9T8O\r\n00000\r\n");
-    EXPECT_TRUE(readerLog().startsWith("< SWA 00100000\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n< FC0002\n"))
-        << readerLog().toStdString();
-}
-
-TEST_F(ReaderE2ETest, SilentReaderTimesOutWithAnEmptyResult) {
-    startReader(QStringLiteral("armed\n"));
-    ASSERT_EQ(runStation(QStringLiteral("3,") + resultPath(), QStringLiteral("400")), 0);
-    EXPECT_EQ(fileBytes(resultPath()), "\r\n");
-}
+INSTANTIATE_TEST_SUITE_P(
+    Reads, ReaderTasks,
+    testing::Values(
+        TaskCase{"Card", "MICRImage", "armed\ncard B4111111111111111^DOE/J^2512|4111111111111111=2512|\n", "3", "30000",
+                 "3\r\n00028B4111111111111111^DOE/J^2512\r\n000214111111111111111=2512\r\n00000\r\n",
+                 "< SWA 00100010\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n< SWE 00000010\n< SWI 00000000\n"
+                 "< FC0002\n",
+                 -1},
+        TaskCase{"CheckWithTenKilobyteImage", "MICRImage", "armed\ncheck T123456789T0012345O 10240\n", "4", "30000",
+                 "4\r\n00019T123456789T0012345O\r\n10240\r\n", "< SWA 00100010\n", 10240},
+        TaskCase{"MiniMicrWithoutCamera", " mini micr", "set sentinels off\narmed\ncheck T9T8O\n", "4", "30000",
+                 "4\r\n00005T9T8O\r\n00000\r\n",
+                 "< SWA 00100000\n< SWB 00100010\n< SWC 00100000\n< HW 00111100\n< FC0002\n", 0},
+        TaskCase{"SilentReaderTimesOut", "MICRImage", "armed\n", "3", "400", "\r\n", "< SWA 00100010\n", -1}),
+    [](const testing::TestParamInfo<TaskCase>& c) { return std::string(c.param.name); });
 
 struct FaultCase {
     const char* name;
-    const char* task;
     const char* script; ///< empty: no reader at all
-    const char* type;
     const char* port;
     const char* message; ///< the start of the one message shown
 };
@@ -163,29 +172,22 @@ class ReaderFaults : public ReaderE2ETest, public testing::WithParamInterface<Fa
 
 TEST_P(ReaderFaults, EndWithTheirMessageAndAnEmptyResult) {
     const auto& c = GetParam();
-    setReader(c.type, c.port);
+    setReader("MICRImage", c.port);
     if (*c.script)
         startReader(QString::fromLatin1(c.script));
-    const auto messages = runInProcess(c.task);
+    const auto messages = runInProcess("3");
     ASSERT_LE(messages.size(), 1u);
     EXPECT_EQ(messages.empty() ? "" : messages[0].substr(0, std::string_view(c.message).size()), c.message);
     EXPECT_EQ(fileBytes(resultPath()), "\r\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Ways, ReaderFaults,
-    testing::Values(FaultCase{"CardWhereCheckExpected", "4", "armed\ncard B1^X|41=25|\n", "MICRImage", "COM3",
-                              "Error: A Card was read but a Check was expected"},
-                    FaultCase{"CheckWhereCardExpected", "3", "armed\nnoread\n", "MICRImage", "COM3",
-                              "Error: A Check was processed but a Card was expected"},
-                    FaultCase{"NoPortSet", "3", "", "MICRImage", "",
-                              "The Credit card reader com port has not been set"},
-                    FaultCase{"PortThatCannotOpen", "3", "", "MICRImage", "COM9",
-                              "The card reader's port could not be opened: COM9 ("},
-                    FaultCase{"ReaderGoneWhileWaiting", "3", "armed\nsleep 100\nexit\n", "MICRImage", "COM3",
-                              "The card reader's port failed: COM3"},
-                    FaultCase{"MessageCutOffHalfWay", "3", "armed\ncut M%B4111^DO\n", "MICRImage", "COM3", ""}),
-    [](const testing::TestParamInfo<FaultCase>& c) { return std::string(c.param.name); });
+INSTANTIATE_TEST_SUITE_P(Ways, ReaderFaults,
+                         testing::Values(FaultCase{"PortThatCannotOpen", "", "COM9",
+                                                   "The card reader's port could not be opened: COM9 ("},
+                                         FaultCase{"ReaderGoneWhileWaiting", "armed\nsleep 100\nexit\n", "COM3",
+                                                   "The card reader's port failed: COM3"},
+                                         FaultCase{"MessageCutOffHalfWay", "armed\ncut M%B4111^DO\n", "COM3", ""}),
+                         [](const testing::TestParamInfo<FaultCase>& c) { return std::string(c.param.name); });
 
 /// What happened to files of one folder, as "name event" lines: a result file that is written
 /// under its own name shows "close-write" for it; one that takes its name in one step shows only
@@ -219,15 +221,7 @@ private:
     int m_fd;
 };
 
-struct WedgeCase {
-    const char* name;
-    const char* task;
-    const char* typed;
-    const char* last; ///< the key that ends the entry
-    const char* result;
-};
-
-class WedgeE2ETest : public ReaderE2ETest, public testing::WithParamInterface<WedgeCase> {
+class WedgeE2ETest : public ReaderE2ETest {
 protected:
     int xdotool(const QStringList& args) {
         QProcess p;
@@ -238,12 +232,12 @@ protected:
         return p.waitForFinished(15'000) ? p.exitCode() : -1;
     }
     test::VirtualDisplay display;
+    test::XProbe screen{display.display()};
 };
 
-// The wedge types the swipe as keystrokes into the real program's window; what it typed, blanks
-// and sentinels included, reaches the result file, which takes its name only when it is whole.
-TEST_P(WedgeE2ETest, TypedSwipeEndsInTheResultFile) {
-    const auto& c = GetParam();
+// The wedge types the swipe as keystrokes into the real program's window, which has the focus;
+// what it typed reaches the result file, which takes its name only when it is whole.
+TEST_F(WedgeE2ETest, TypedSwipeEndsInTheResultFile) {
     ASSERT_FALSE(display.display().isEmpty()) << "Xvfb did not start";
     setReader("Keyboard Wedge", "");
     FolderWatch watch(dir.path());
@@ -253,39 +247,24 @@ TEST_P(WedgeE2ETest, TypedSwipeEndsInTheResultFile) {
     env.insert(QStringLiteral("DISPLAY"), display.display());
     env.insert(QStringLiteral("QT_QPA_PLATFORM"), QStringLiteral("xcb"));
     station.setProcessEnvironment(env);
-    station.start(test::binDir() + QStringLiteral("/vorneterminal"),
-                  {QString::fromLatin1(c.task) + QLatin1Char(',') + resultPath()});
+    station.start(test::binDir() + QStringLiteral("/vorneterminal"), {QStringLiteral("3,") + resultPath()});
     // The yellow prompt is up once the read waits for the wedge.
-    ASSERT_TRUE(waitUntil([&] {
-        return test::showsColour(display.display(), 0xFFFF00) || station.state() == QProcess::NotRunning;
-    })) << "no prompt";
+    ASSERT_TRUE(waitUntil([&] { return screen.showsColour(0xFFFF00) || station.state() == QProcess::NotRunning; }))
+        << "no prompt";
     ASSERT_EQ(station.state(), QProcess::Running);
     ASSERT_EQ(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
                        QStringLiteral("^VORNE Terminal$"), QStringLiteral("windowfocus"), QStringLiteral("--sync")}),
               0);
     ASSERT_EQ(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("10"),
-                       QString::fromLatin1(c.typed)}),
+                       QStringLiteral("%B4111111111111111^DOE/JOHN Q^2512101?;4111111111111111=2512101?")}),
               0);
-    ASSERT_EQ(xdotool({QStringLiteral("key"), QString::fromLatin1(c.last)}), 0);
+    ASSERT_EQ(xdotool({QStringLiteral("key"), QStringLiteral("Return")}), 0);
     ASSERT_TRUE(station.waitForFinished(15'000)) << "the task did not end";
     EXPECT_EQ(station.exitCode(), 0);
-    EXPECT_EQ(fileBytes(resultPath()), QByteArray(c.result));
+    EXPECT_EQ(fileBytes(resultPath()),
+              "3\r\n00036B4111111111111111^DOE/JOHN Q^2512101\r\n000244111111111111111=2512101\r\n00000\r\n");
     EXPECT_EQ(watch.events("result.txt"), std::vector<std::string>{"moved-in"});
-    if (c.task == std::string("4")) {
-        ASSERT_TRUE(QFile::exists(resultPath() + QStringLiteral(".tmp")));
-        EXPECT_EQ(QFile(resultPath() + QStringLiteral(".tmp")).size(), 0);
-    }
 }
-
-INSTANTIATE_TEST_SUITE_P(
-    Swipes, WedgeE2ETest,
-    testing::Values(WedgeCase{"Card", "3", "%B4111111111111111^DOE/JOHN Q^2512101?;4111111111111111=2512101?", "Return",
-                              "3\r\n00036B4111111111111111^DOE/JOHN Q^2512101\r\n000244111111111111111=2512101\r\n"
-                              "00000\r\n"},
-                    WedgeCase{"CheckWithBlanks", "4", "T123456789T 0012345O 1001", "Return",
-                              "4\r\n00025T123456789T 0012345O 1001\r\n00000\r\n"},
-                    WedgeCase{"EscapeCancels", "3", "%B4111^DOE", "Escape", "\r\n"}),
-    [](const testing::TestParamInfo<WedgeCase>& c) { return std::string(c.param.name); });
 
 } // namespace
 } // namespace station

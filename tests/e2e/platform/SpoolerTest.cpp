@@ -89,11 +89,16 @@ protected:
     test::PrintRig rig;
 };
 
-TEST_F(LiveSpooler, AnsweringSchedulerTellsAnUnknownQueueFromAPrintedJob) {
+TEST_F(LiveSpooler, AnsweringSchedulerTellsAnUnknownQueueARefusingOneAndAStoppedOne) {
     CupsSpooler spooler(quick);
     EXPECT_EQ(spooler.printers(), (std::vector<std::string>{"receipts", "reports"}));
     EXPECT_EQ(spooler.printRaw("nosuchqueue", "AAAAAA", "x"), Spooler::Result::UnknownPrinter);
+    // A queue that refuses jobs fails them; a stopped one takes them without a word and holds them.
+    ASSERT_EQ(test::PrintRig::run(QStringLiteral("cupsreject"), {QStringLiteral("reports")}), 0);
+    EXPECT_EQ(spooler.printRaw("reports", "AAAAAA", "x"), Spooler::Result::Failed);
+    ASSERT_EQ(test::PrintRig::run(QStringLiteral("cupsdisable"), {QStringLiteral("receipts")}), 0);
     EXPECT_EQ(spooler.printRaw("receipts", "AAAAAA", std::string("\x1b@\0\xff", 4)), Spooler::Result::Done);
+    EXPECT_TRUE(rig.output(QStringLiteral("receipts")).isEmpty());
 }
 
 struct CurrentCase {

@@ -11,7 +11,6 @@
 #include "tests/e2e/support/Rig.h"
 #include "tests/e2e/support/XProbe.h"
 
-#include <QDir>
 #include <QElapsedTimer>
 #include <QFile>
 #include <QLocalServer>
@@ -335,12 +334,7 @@ protected:
             return;
         cupsServer = runtime.filePath(QStringLiteral("hung-cups.sock"));
         ASSERT_TRUE(silentSpooler.listen(cupsServer));
-        const auto folder = QDir(service.files()).filePath(QStringLiteral("Reports/12345/1234567890"));
-        QDir().mkpath(folder);
-        QFile receipt(folder + QStringLiteral("/receipt.prn"));
-        ASSERT_TRUE(receipt.open(QIODevice::WriteOnly));
-        receipt.write("\x1b@RECEIPT\r\n");
-        receipt.close();
+        test::writeFile(service.files() + QStringLiteral("/Reports/12345/1234567890/receipt.prn"), "\x1b@RECEIPT\r\n");
         // Task mode reads its printer from the station's settings row in the service.
         http->post(service.serviceUrl().toStdString(), "application/x-www-form-urlencoded",
                    "prtupt=receipts|labels|reports|rdr|COM1|pre|" + stripDashes(stationId) + "|");

@@ -1,68 +1,25 @@
 // The station's start-up against the real reference service: in process with the real HTTP
 // adapter, and as the real program under a virtual display.
-#include "core/StationIdentity.h"
+#include "core/ProgramVersion.h"
 #include "platform/Adapters.h"
 #include "service/Codec.h"
 #include "service/ServiceClient.h"
-#include "shell/StoreList.h"
-#include "shell/frmTerminal.h"
 #include "tests/e2e/support/Peers.h"
 #include "tests/e2e/support/Rig.h"
+#include "tests/e2e/support/XProbe.h"
 
-#include <QDeadlineTimer>
-#include <QLabel>
-#include <QTcpServer>
 #include <QTemporaryDir>
-#include <QThread>
-#include <QTreeWidget>
 #include <gtest/gtest.h>
 
 namespace station {
 namespace {
 
-/// The fakes for everything but the service transport and the adapters.
-struct RealServicePorts {
-    explicit RealServicePorts(HttpLimits timeouts = {})
-        : http(makeHttpClient(timeouts)), adapters(makeNetworkAdapters()) {}
-    std::unique_ptr<HttpClient> http;
-    std::unique_ptr<NetworkAdapters> adapters;
-    test::FakePorts fake;
-    Ports ports = test::portsOver(fake, {.http = http.get(), .adapters = adapters.get()});
-};
-
-TEST(Startup, ListShowsTheStoresTheServiceHoldsForThisStation) {
-    test::DevService service;
-    RealServicePorts real;
-    IdentityCodec codec;
-    StationConfig config;
-    config.serviceUrl = service.serviceUrl().toStdString();
-    config.serverList = "127.0.0.1";
-    ServiceClient client(*real.http, codec, config.serviceUrl);
-
-    // What the service holds for this station, asked the same way.
-    const auto fetched = client.storeList(stationIdentity(real.adapters->list()));
-    ASSERT_TRUE(fetched) << fetched.error;
-    const auto& expected = *fetched;
-    ASSERT_GE(expected.stores.size(), 2u) << "the service seeds demo stores for any station";
-
-    frmTerminal window(real.ports, config, client);
-    ASSERT_TRUE(window.Form_Load());
-    ASSERT_EQ(window.ListView1->topLevelItemCount(), static_cast<int>(expected.stores.size()));
-    for (std::size_t k = 0; k < expected.stores.size(); ++k) {
-        auto* row = window.rowByKey(storeRowKey(k));
-        ASSERT_NE(row, nullptr);
-        EXPECT_EQ(row->text(0).toStdString(), expected.stores[k].storeName);
-        EXPECT_EQ(row->text(3).toStdString(), expected.stores[k].serialNumber);
-    }
-    window.Form_Unload();
-}
-
 TEST(Startup, RequestsReachTheServiceInTheirWireShapeAndRepliesSplitAtEveryBar) {
     test::DevService service;
     service.admin({QStringLiteral("set-reply"), QStringLiteral("ID|SER|T1|u|p|10.0.0.1|23|DOM||A&amp;B||")});
-    RealServicePorts real;
+    const auto http = makeHttpClient();
     IdentityCodec codec;
-    ServiceClient client(*real.http, codec, service.serviceUrl().toStdString());
+    ServiceClient client(*http, codec, service.serviceUrl().toStdString());
 
     // One record of eleven pieces and the empty one after the last bar; empty pieces stay
     // fields and entities are left as they came.
@@ -95,40 +52,6 @@ TEST(Startup, RequestsReachTheServiceInTheirWireShapeAndRepliesSplitAtEveryBar) 
         EXPECT_EQ(request[7], QStringLiteral("application/x-www-form-urlencoded"));
 }
 
-TEST(Startup, ServiceThatNeverAnswersEndsInTimeWithAnEmptyList) {
-    // Accepts connections and never says a word.
-    QTcpServer silent;
-    ASSERT_TRUE(silent.listen(QHostAddress::LocalHost));
-    RealServicePorts real({std::chrono::milliseconds(500), std::chrono::milliseconds(800), {}});
-    IdentityCodec codec;
-    StationConfig config;
-    config.serviceUrl =
-        QStringLiteral("http://127.0.0.1:%1/terminal2secure.asp").arg(silent.serverPort()).toStdString();
-    ServiceClient client(*real.http, codec, config.serviceUrl);
-    frmTerminal window(real.ports, config, client);
-    ASSERT_TRUE(window.Form_Load());
-    EXPECT_EQ(window.ListView1->topLevelItemCount(), 0);
-    EXPECT_TRUE(window.ListView1->isVisible());
-    window.Form_Unload();
-}
-
-/// Waits until a top-level window with exactly this title exists on the display.
-bool waitForWindow(const QString& display, const QString& title, int timeoutMs = 15'000) {
-    QDeadlineTimer deadline(timeoutMs);
-    while (!deadline.hasExpired()) {
-        QProcess p;
-        auto env = QProcessEnvironment::systemEnvironment();
-        env.insert(QStringLiteral("DISPLAY"), display);
-        p.setProcessEnvironment(env);
-        p.start(QStringLiteral("xwininfo"), {QStringLiteral("-root"), QStringLiteral("-tree")});
-        p.waitForFinished(5000);
-        if (QString::fromLocal8Bit(p.readAllStandardOutput()).contains(QLatin1Char('"') + title + QLatin1Char('"')))
-            return true;
-        QThread::msleep(100);
-    }
-    return false;
-}
-
 TEST(Startup, SecondCopyIsRefusedAndTheFirstKeepsRunning) {
     test::VirtualDisplay display;
     ASSERT_FALSE(display.display().isEmpty()) << "Xvfb did not start";
@@ -144,13 +67,16 @@ TEST(Startup, SecondCopyIsRefusedAndTheFirstKeepsRunning) {
 
     test::PeerProcess first;
     first.start(program, {}, env);
-    ASSERT_TRUE(waitForWindow(display.display(), QStringLiteral("VORNE Terminal Version 2.1.14")));
+    test::XProbe probe(display.display());
+    ASSERT_TRUE(test::waitUntil([&] { return probe.find("VORNE Terminal Version " + programVersion()) != 0; }));
 
+    // The refusal is a message box under the application's title, one more than the first copy
+    // shows; the second copy never gets as far as its own main window.
+    const auto before = probe.findAll(applicationTitle).size();
     test::PeerProcess second;
     second.start(program, {}, env);
-    // The refusal is a message box under the application's title; the second copy never gets
-    // as far as its own main window.
-    EXPECT_TRUE(waitForWindow(display.display(), QStringLiteral("VORNETerminal")));
+    EXPECT_TRUE(test::waitUntil([&] { return probe.findAll(applicationTitle).size() > before; }));
+    EXPECT_EQ(probe.findAll("VORNE Terminal Version " + programVersion()).size(), 1u);
     EXPECT_EQ(first.process().state(), QProcess::Running);
     second.process().kill();
     second.process().waitForFinished(3000);

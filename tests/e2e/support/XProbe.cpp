@@ -2,6 +2,7 @@
 
 #include <X11/Xatom.h>
 #include <X11/Xlib.h>
+#include <X11/Xutil.h>
 
 #include <functional>
 
@@ -37,8 +38,13 @@ XProbe::~XProbe() {
 }
 
 XProbe::Window XProbe::find(const std::string& title, bool mappedOnly) const {
+    const auto all = findAll(title, mappedOnly);
+    return all.empty() ? 0 : all.front();
+}
+
+std::vector<XProbe::Window> XProbe::findAll(const std::string& title, bool mappedOnly) const {
     if (!m_display)
-        return 0;
+        return {};
     const auto titleOf = [&](::Window w) {
         Atom type = 0;
         int format = 0;
@@ -59,23 +65,25 @@ XProbe::Window XProbe::find(const std::string& title, bool mappedOnly) const {
         }
         return out;
     };
-    std::function<::Window(::Window)> walk = [&](::Window w) -> ::Window {
+    std::vector<Window> found;
+    std::function<void(::Window)> walk = [&](::Window w) {
         XWindowAttributes attributes{};
         if (w != m_root && titleOf(w) == title && XGetWindowAttributes(m_display, w, &attributes) &&
-            (attributes.map_state == IsViewable || !mappedOnly))
-            return w;
+            (attributes.map_state == IsViewable || !mappedOnly)) {
+            found.push_back(w);
+            return;
+        }
         ::Window rootReturn = 0, parent = 0, *children = nullptr;
         unsigned int count = 0;
         if (!XQueryTree(m_display, w, &rootReturn, &parent, &children, &count))
-            return 0;
-        ::Window found = 0;
-        for (unsigned int i = 0; i < count && !found; ++i)
-            found = walk(children[i]);
+            return;
+        for (unsigned int i = 0; i < count; ++i)
+            walk(children[i]);
         if (children)
             XFree(children);
-        return found;
     };
-    return walk(m_root);
+    walk(m_root);
+    return found;
 }
 
 XProbe::Size XProbe::size(Window window) const {
@@ -139,6 +147,24 @@ void XProbe::click(Window window, int x, int y) {
         XSendEvent(m_display, window, True, type == ButtonPress ? ButtonPressMask : ButtonReleaseMask, &event);
     }
     XFlush(m_display);
+}
+
+bool XProbe::showsColour(unsigned long rgb) const {
+    if (!m_display)
+        return false;
+    XWindowAttributes attributes{};
+    XGetWindowAttributes(m_display, m_root, &attributes);
+    bool found = false;
+    // The root's image holds every window on it: an X server without a compositor draws them
+    // all into one frame.
+    if (XImage* image = XGetImage(m_display, m_root, 0, 0, static_cast<unsigned>(attributes.width),
+                                  static_cast<unsigned>(attributes.height), AllPlanes, ZPixmap)) {
+        for (int y = 0; y < attributes.height && !found; y += 2)
+            for (int x = 0; x < attributes.width && !found; x += 2)
+                found = XGetPixel(image, x, y) == rgb;
+        XDestroyImage(image);
+    }
+    return found;
 }
 
 } // namespace station::test

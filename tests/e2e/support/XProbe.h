@@ -1,7 +1,8 @@
 #pragma once
 // The test's own client of a virtual display: finds top-level windows by title, asks a window
 // whether its program is alive (_NET_WM_PING, which a program answers only while its event loop
-// runs), and closes windows the way a window manager's close box does.
+// runs), closes windows the way a window manager's close box does, and looks at what the screen
+// shows. Kept apart from the tests because Xlib's macros clash with GoogleTest and Qt.
 #include <QString>
 #include <string>
 #include <vector>
@@ -22,6 +23,8 @@ public:
     /// The first viewable window titled exactly `title` (with `mappedOnly` false, also one not on
     /// the screen yet), 0 when there is none.
     Window find(const std::string& title, bool mappedOnly = true) const;
+    /// Every such window.
+    std::vector<Window> findAll(const std::string& title, bool mappedOnly = true) const;
     struct Size {
         int width = 0, height = 0;
     };
@@ -35,6 +38,8 @@ public:
     void close(Window window);
     /// Presses and releases the first mouse button at (x, y) inside the window.
     void click(Window window, int x, int y);
+    /// True when the screen shows a pixel of `rgb` (0xRRGGBB) anywhere.
+    bool showsColour(unsigned long rgb) const;
 
 private:
     ::_XDisplay* m_display = nullptr;

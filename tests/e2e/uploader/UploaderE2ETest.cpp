@@ -41,14 +41,8 @@ QByteArray randomBytes(qsizetype size) {
     return bytes;
 }
 
-void writeFile(const QString& path, const QByteArray& bytes) {
-    QDir().mkpath(QFileInfo(path).absolutePath());
-    QFile file(path);
-    ASSERT_TRUE(file.open(QIODevice::WriteOnly));
-    file.write(bytes);
-}
-
 using test::fileBytes;
+using test::writeFile;
 
 QStringList texts(const QListWidget* list) {
     QStringList out;
@@ -176,19 +170,6 @@ TEST_P(UploaderOnServer, OverwriteQuestionAnsweredBothWaysAndCaseOnlyDifferenceI
     EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("data.txt")), "new data.txt");
     EXPECT_EQ(fileBytes(rig.storeFolder() + QStringLiteral("DATA.TXT")), "upper");
     EXPECT_EQ(window->List1->selectedItems().size(), 1) << "the skipped file stays selected";
-}
-
-TEST_P(UploaderOnServer, DoubleClickDeletesOnYesOnly) {
-    Rig rig({}, GetParam());
-    rig.ftp.seed(QStringLiteral("uploads/12345/1234567/old report.xls"), "x");
-    auto window = rig.open();
-    ASSERT_EQ(window->List2->count(), 1);
-    rig.answers({Dialogs::Answer::No, Dialogs::Answer::Yes});
-    window->List2_DblClick(window->List2->item(0));
-    EXPECT_TRUE(QFile::exists(rig.storeFolder() + QStringLiteral("old report.xls")));
-    window->List2_DblClick(window->List2->item(0));
-    EXPECT_FALSE(QFile::exists(rig.storeFolder() + QStringLiteral("old report.xls")));
-    EXPECT_EQ(window->List2->count(), 0);
 }
 
 TEST_P(UploaderOnServer, ChainLevelStoreUploadsIntoItsExcelFolderMadeOnFirstUse) {
