@@ -58,6 +58,16 @@ TEST_F(GetInfoTest, SavingReplacesAnExistingFileWhole) {
     EXPECT_EQ(window.populate()->userName, "a");
 }
 
+TEST_F(GetInfoTest, SaveWhereNoFileCanBeWrittenSaysSoAndKeepsTheLastFile) {
+    settings.filePath = "/srv/last.xml";
+    const auto file = (folder / "missing" / "store.xml").string();
+    fake.dialogs.fileAnswer = file;
+    EXPECT_FALSE(window.cmdSave_Click({"a", "b", "c", "d", "e"}));
+    ASSERT_EQ(fake.dialogs.texts(), std::vector<std::string>{"The connection could not be saved to " + file});
+    EXPECT_EQ(fake.dialogs.shown[0].icon, Dialogs::Icon::Critical);
+    EXPECT_EQ(settings.filePath, "/srv/last.xml");
+}
+
 struct LoadCase {
     const char* name;
     const char* content; ///< nullptr: no file; "": no file chosen
