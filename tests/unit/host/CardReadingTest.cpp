@@ -7,6 +7,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
@@ -191,6 +193,13 @@ class ReaderTaskEnds : public ReaderTaskTest, public testing::WithParamInterface
 TEST_P(ReaderTaskEnds, WithAnEmptyResultFile) {
     const auto& c = GetParam();
     auto& t = task(c.task);
+    // A box runs events while it is open: a time-out still armed then would fire inside it.
+    bool armedUnderABox = false;
+    fake.dialogs.whileShown = [this, &armedUnderABox](const std::string&) {
+        const auto& e = view.events;
+        const auto lastTimer = std::find_if(e.rbegin(), e.rend(), [](const auto& x) { return x.starts_with("timer"); });
+        armedUnderABox |= std::find(e.rbegin(), lastTimer, "stop") == lastTimer && lastTimer != e.rend();
+    };
     c.act(*this);
     if (!view.finished())
         t.start();
@@ -199,6 +208,7 @@ TEST_P(ReaderTaskEnds, WithAnEmptyResultFile) {
     EXPECT_EQ(fake.dialogs.texts(), c.messages);
     EXPECT_EQ(fileText(result), "\r\n");
     EXPECT_TRUE(view.finished());
+    EXPECT_FALSE(armedUnderABox);
 }
 
 INSTANTIATE_TEST_SUITE_P(
