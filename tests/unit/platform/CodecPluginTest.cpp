@@ -23,10 +23,12 @@ TEST(CodecPlugin, EmptyPathIsIdentityAndMissingLibraryIsAnError) {
 TEST(CodecPlugin, LoadsBothOperationsFromASharedLibrary) {
     auto libraries = makeSharedLibraries();
     auto codec = loadCodec(TEST_CODEC_PLUGIN, *libraries);
-    // The test plug-in shifts every byte by one.
-    EXPECT_EQ(codec->encode("abc"), "bcd");
-    EXPECT_EQ(codec->decode("bcd"), "abc");
+    // The test plug-in writes every byte twice, shifted by one.
+    EXPECT_EQ(codec->encode("abc"), "bbccdd");
+    EXPECT_EQ(codec->decode("bbccdd"), "abc");
+    // Twice a long text is more than the first buffer holds: the call is made again with room.
     const std::string longText(1000, 'x');
+    EXPECT_EQ(codec->encode(longText), std::string(2000, 'y'));
     EXPECT_EQ(codec->decode(codec->encode(longText)), longText);
 }
 

@@ -1,26 +1,24 @@
-// A codec plug-in for tests: shifts every byte up by one on encode and back on decode.
+// A codec plug-in for tests that changes the length: encode writes every byte twice, shifted up by
+// one; decode takes every second byte back down. A text grows past what the caller first offers.
 #include <cstddef>
-
-namespace {
-std::size_t shift(const char* in, std::size_t inLen, char* out, std::size_t outCap, int by) {
-    if (inLen <= outCap)
-        for (std::size_t i = 0; i < inLen; ++i)
-            out[i] = static_cast<char>(in[i] + by);
-    return inLen;
-}
-} // namespace
 
 extern "C" {
 #if defined(_WIN32)
 __declspec(dllexport)
 #endif
     std::size_t station_codec_encode(const char* in, std::size_t inLen, char* out, std::size_t outCap) {
-    return shift(in, inLen, out, outCap, 1);
+    if (2 * inLen <= outCap)
+        for (std::size_t i = 0; i < inLen; ++i)
+            out[2 * i] = out[2 * i + 1] = static_cast<char>(in[i] + 1);
+    return 2 * inLen;
 }
 #if defined(_WIN32)
 __declspec(dllexport)
 #endif
     std::size_t station_codec_decode(const char* in, std::size_t inLen, char* out, std::size_t outCap) {
-    return shift(in, inLen, out, outCap, -1);
+    if (inLen / 2 <= outCap)
+        for (std::size_t i = 0; i < inLen / 2; ++i)
+            out[i] = static_cast<char>(in[2 * i] - 1);
+    return inLen / 2;
 }
 }
